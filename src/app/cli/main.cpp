@@ -1,8 +1,37 @@
+#include "app/cli/Commands.h"
+
 #include <QCoreApplication>
 #include <cstdio>
 
+namespace {
+
+const char* usage = "usage: trellium COMMAND [ARGS]\n"
+                    "\n"
+                    "commands:\n"
+                    "  crawl URL|PATH [options]   check a site and report its links\n"
+                    "  parse FILE|URL [options]   show what the page reader sees in one page\n"
+                    "  sites [SUBCOMMAND]         list and edit the stored sites\n"
+                    "\n"
+                    "Run 'trellium COMMAND --help' for the options of a command.\n";
+
+} // namespace
+
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    std::fprintf(stderr, "usage: trellium COMMAND ...\n");
+    QCoreApplication::setOrganizationName("Trellium");
+    QCoreApplication::setApplicationName("Trellium5");
+    QStringList args = app.arguments().mid(1);
+    if (args.isEmpty() || args[0] == "--help" || args[0] == "-h") {
+        std::fputs(usage, args.isEmpty() ? stderr : stdout);
+        return args.isEmpty() ? 2 : 0;
+    }
+    const QString command = args.takeFirst();
+    if (command == "crawl")
+        return runCrawlCommand(args);
+    if (command == "parse")
+        return runParseCommand(args);
+    if (command == "sites")
+        return runSitesCommand(args);
+    std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QStringList>
+
+// Each command of the `trellium` program takes the arguments after its own name and
+// returns the process exit status.
+int runCrawlCommand(const QStringList& args);
+int runParseCommand(const QStringList& args);
+int runSitesCommand(const QStringList& args);
