@@ -1,0 +1,476 @@
+#include "crawl/LinkCheckerHub.h"
+
+#include "app/UserInterface.h"
+#include "config/KestConfigManager.h"
+#include "config/Preferences.h"
+#include "crawl/UrlRules.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTimer>
+#include <QtDebug>
+
+LinkCheckerHub::LinkCheckerHub(KestConfigManager& config_, Preferences& preferences_, UserInterface& ui_)
+    : config(config_), preferences(preferences_), ui(ui_) {}
+
+LinkCheckerHub::~LinkCheckerHub() = default;
+
+void LinkCheckerHub::postToCrawl(std::function<void()> call) {
+    const quint64 generation = crawlGeneration;
+    QMetaObject::invokeMethod(
+        this,
+        [this, generation, call = std::move(call)] {
+            if (generation == crawlGeneration)
+                call();
+        },
+        Qt::QueuedConnection);
+}
+
+// ---------------------------------------------------------------- crawl control
+
+void LinkCheckerHub::go(const QString& senderTitle) {
+    if (senderTitle == "Continue") {
+        continueCrawl();
+        return;
+    }
+    if (senderTitle == "Pause") {
+        stop();
+        return;
+    }
+    startNewCrawl();
+}
+
+void LinkCheckerHub::startNewCrawl() {
+    // Whatever the last crawl left queued or in flight belongs to it, not to this one.
+    ++crawlGeneration;
+    numberOfThreadsDetached = 0;
+    ui.progress(0, 0, QString());
+    clear();
+    badCollectionCount = 0;
+    clearTempFolder();
+    clearArchiveFolder();
+    ui.reloadView("links");
+    lookupDictionary.clear();
+    byPageDictionary.clear();
+
+    soft404Array = KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
+
+    QString url = config.getUrlOfSelectedSite();
+    if (url.isEmpty())
+        return;
+    url = UrlRules::completeStartUrl(url);
+    plainTextMode = false;
+    if (url.startsWith("file://") && !probeLocalStart(url))
+        return;
+
+    checkBlacklistArray = config.getCheckBlacklistArray();
+    followBlacklistArray = config.getFollowBlacklistArray();
+    followWhitelistArray = KestConfigManager::trimEachItemInArray(config.getFollowWhitelistArray());
+    robotsBlacklistArray.reset();
+    lastCustomIcon = 0;
+
+    auto first = std::make_shared<LinkCheckerUrl>(this);
+    first->setLinkUrlTrimQuery(url, config.flagForKey("followQuerystring"));
+    first->setIsStartingPoint(true);
+    first->setDistanceFromHome(0);
+    add(first);
+    ui.reloadView("links");
+
+    const QUrl startUrl = UrlRules::makeUrl(url);
+    if (!startUrl.isValid()) {
+        ui.alert("Unsupported url", QString("Trellium can not make a valid url from\n%1").arg(url));
+        ui.crawlDidntGetOffGround();
+        return;
+    }
+    domains = startUrl.host().isEmpty() ? QStringList() : QStringList{startUrl.host()};
+    if (config.flagForKey("checkRobotstxt") || config.flagForKey("blacklistByRobotsTxt"))
+        if (!first->getActualLinkUrl().startsWith("file://"))
+            readRobotsTxt();
+
+    stopPressedFlag = false;
+    crawlWillContinue();
+    numberDone = 0;
+    nextUrlToCrawl = 0;
+    detectEncoding();
+    singlePage = config.flagForKey("followCheckbox");
+    crawlFinished = false;
+    crawlStarted = true;
+    rechecking = false;
+
+    sendAsyncServerResponse(first);
+    ++numberOfThreadsDetached;
+    ++nextUrlToCrawl;
+}
+
+// A local start must be readable; a document with fewer than three "<" is a list of URLs.
+bool LinkCheckerHub::probeLocalStart(QString& url) {
+    QString path = QUrl(url).toLocalFile();
+    if (QFileInfo(path).isDir())
+        path = QDir(path).filePath(config.stringForKey("defaultLocalFileName").trimmed());
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        ui.alert("Error opening file",
+                 QString("Trellium encountered the following error when trying to open the selected file: %1")
+                     .arg(file.errorString()));
+        ui.crawlDidntGetOffGround();
+        return false;
+    }
+    if (file.readAll().count('<') < 3) {
+        plainTextMode = true;
+        qInfo() << "Setting plain text mode";
+    }
+    return true;
+}
+
+bool LinkCheckerHub::getNextUrlToCrawl() {
+    bool result = false;
+    const int cap = int(config.doubleForKey("numberOfThreads"));
+    while (!stopPressedFlag && (numberOfThreadsDetached < cap || numberOfThreadsDetached == 0)) {
+        ItemPtr record = lfDataSource::getnthItem(nextUrlToCrawl);
+        if (!record) {
+            isFinished();
+            return false;
+        }
+        while (record->isGoodLink() || record->isExempt()) {
+            ++nextUrlToCrawl;
+            record = lfDataSource::getnthItem(nextUrlToCrawl);
+            if (!record) {
+                isFinished();
+                return false;
+            }
+        }
+        ++nextUrlToCrawl;
+        // Even a delay of 0 goes through the event loop, so the send happens after this pass.
+        const double delay = config.doubleForKey("delay");
+        const quint64 generation = crawlGeneration;
+        QTimer::singleShot(int(std::max(0.0, delay) * 1000), this, [this, record, generation] {
+            if (generation == crawlGeneration)
+                sendAsyncServerResponse(record);
+        });
+        ++numberOfThreadsDetached;
+        result = true;
+    }
+    return result;
+}
+
+void LinkCheckerHub::threadHasFinished(const LinkCheckerUrlPtr& record) {
+    if (--numberOfThreadsDetached < 0)
+        numberOfThreadsDetached = 0;
+    if (record->requiresHighlightCallback()) {
+        highlightBadLinksInSelectedPage(record);
+        return;
+    }
+    getNextUrlToCrawl();
+}
+
+void LinkCheckerHub::incNumberDone(const LinkCheckerUrlPtr& record) {
+    if (numberDone < quint64(count()))
+        ++numberDone;
+    if (!record->shouldBeMemberOfBadCollection()) {
+        record->setIsInBadCollection(true);
+        ++badCollectionCount;
+    }
+    if (numberDone <= quint64(count()))
+        showProgress();
+}
+
+QString LinkCheckerHub::progressLine() const {
+    return QString("%1 of %2 links checked, %3 bad").arg(numberDone).arg(count()).arg(badCollectionCount);
+}
+
+void LinkCheckerHub::showProgress() {
+    ui.progress(qint64(numberDone), count(), progressLine());
+    if (!(numberDone == 1 && count() == 1) && count() > 0) {
+        const int index = int(numberDone * 10 / quint64(count()));
+        if (index != lastCustomIcon) {
+            ui.progressPicture(index);
+            lastCustomIcon = index;
+        }
+    }
+}
+
+void LinkCheckerHub::statusHasChangedFordO(const LinkCheckerUrlPtr& record) {
+    record->setIsInBadCollection(!record->shouldBeMemberOfBadCollection());
+    record->setBeingRechecked(false);
+}
+
+bool LinkCheckerHub::isFinished() {
+    if (crawlFinished)
+        return true;
+    const double timeout = config.doubleForKey("timeOut");
+    quint64 withStatus = 0;
+    for (const ItemPtr& record : collection) {
+        if (!record->getStatus().isEmpty()) {
+            ++withStatus;
+        } else if (record->getTimeSinceSent() > 2 * timeout) {
+            // Silent for too long: the connection itself is left alone.
+            record->setStatus("The request timed out.");
+            --numberOfThreadsDetached;
+        }
+    }
+    numberDone = withStatus;
+    if (numberDone == quint64(count()) && numberOfThreadsDetached < 1) {
+        crawlDidStop();
+        if (numberDone > 1)
+            doReport(actionWhenFinished == 6);
+        if (config.flagForKey("archivePages"))
+            saveArchive();
+    } else if (!stopPressedFlag) {
+        crawlWillContinue();
+        return false;
+    }
+    closeCrawl();
+    return true;
+}
+
+void LinkCheckerHub::closeCrawl() {
+    countBadCollection();
+    config.setStatus(progressLine());
+    config.setDateStamp();
+    // Exactly ten records done leaves the picture where it is; an old quirk kept on purpose.
+    if (numberDone != 10) {
+        lastCustomIcon = 10;
+        ui.progressPicture(10);
+    }
+    crawlFinished = true;
+    ui.progress(qint64(numberDone), count(), progressLine());
+    ui.reloadView("links");
+    takeAction(actionWhenFinished);
+}
+
+void LinkCheckerHub::stop() {
+    stopPressedFlag = true;
+    crawlDidStop();
+    numberOfThreadsDetached = 0;
+    nextUrlToCrawl = 0;
+    ui.reloadView("links");
+    doReport(false);
+    ui.crawlHasPaused();
+}
+
+void LinkCheckerHub::continueCrawl() {
+    stopPressedFlag = false;
+    crawlWillContinue();
+    getNextUrlToCrawl();
+    ui.crawlHasContinued();
+}
+
+void LinkCheckerHub::emergencyMemoryStop() {
+    if (stopPressedFlag)
+        return;
+    ui.alert("Failed to allocate memory",
+             "Unable to allocate memory. Attempting to stop and preserve the data already collected. Try "
+             "crawling again using blacklisting or whitelisting to limit the search.",
+             {"OK"});
+    stopPressedFlag = true;
+    crawlDidStop();
+}
+
+void LinkCheckerHub::crawlDidStop() { ui.crawlCommandsChanged(true); }
+
+void LinkCheckerHub::crawlWillContinue() { ui.crawlCommandsChanged(false); }
+
+void LinkCheckerHub::siteHasChanged() { crawlFinished = false; }
+
+LinkCheckerHub::CrawlState LinkCheckerHub::getCrawlState() const {
+    if (crawlFinished)
+        return CrawlState::Finished;
+    if (!crawlStarted)
+        return CrawlState::Idle;
+    return stopPressedFlag ? CrawlState::Paused : CrawlState::Running;
+}
+
+void LinkCheckerHub::doReport(bool) {}
+
+void LinkCheckerHub::takeAction(int action) { ui.showResults(action); }
+
+void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr&) {}
+
+void LinkCheckerHub::archivePage(const LinkCheckerUrlPtr&) {}
+
+void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {}
+
+// ---------------------------------------------------------------- one request
+
+void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
+    const double timeout = config.doubleForKey("timeOut");
+    if (record->directoryTooHigh()) {
+        record->setStatus("badly formed url");
+        incNumberDone(record);
+        threadHasFinished(record);
+        return;
+    }
+    if (!record->getStatus().isEmpty())
+        record->setBeingRechecked(true);
+
+    QString text = record->getLinkUrlForTesting();
+    if (text.size() > 7 && text.startsWith("feed://"))
+        text = "http://" + text.mid(7);
+    QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid() || text.isEmpty())
+        url = QUrl(UrlRules::addPercentEscapes(record->getLinkUrlForTesting()), QUrl::StrictMode);
+    if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
+        url = QUrl::fromLocalFile(QDir(url.toLocalFile()).filePath(config.stringForKey("defaultLocalFileName").trimmed()));
+
+    UrlRequest request;
+    request.url = url;
+    request.timeoutInterval = timeout;
+    request.httpShouldHandleCookies = false;
+    request.setValueForHTTPHeaderField(userAgent().toUtf8(), "User-Agent");
+    const QString referer = record->getLastOnPageUrl();
+    if (!referer.isEmpty())
+        request.setValueForHTTPHeaderField(referer.toUtf8(), "Referer");
+    const QString host = url.port() >= 0 ? QString("%1:%2").arg(url.host()).arg(url.port()) : url.host();
+    request.setValueForHTTPHeaderField(host.toUtf8(), "Host");
+    request.httpShouldHandleCookies = getAuthentication();
+    for (int i = 1; i <= 3; ++i) {
+        const QString key = config.stringForKey(QString("customHeaderKey%1").arg(i));
+        if (!key.isEmpty())
+            request.setValueForHTTPHeaderField(config.stringForKey(QString("customHeaderValue%1").arg(i)).toUtf8(),
+                                               key.toUtf8());
+    }
+
+    const QString user = getAuthenticationUserName(), password = getAuthenticationPassword();
+    const QString userField = getAuthenticationUserNameFieldName(), passwordField = getAuthenticationPasswordFieldName();
+    if (getAuthentication() && record->isStartingPoint() && !user.isEmpty() && !password.isEmpty() &&
+        !userField.isEmpty() && !passwordField.isEmpty()) {
+        // The login form as the site expects it; nothing is percent-encoded.
+        QString body = QString("%1=%2&%3=%4").arg(userField, user, passwordField, password);
+        for (int i = 1; i <= 3; ++i) {
+            const QString key = config.stringForKey(QString("customPostKey%1").arg(i));
+            if (!key.isEmpty())
+                body += QString("&%1=%2").arg(key, config.stringForKey(QString("customPostValue%1").arg(i)));
+        }
+        qInfo().noquote() << QString("sending post request with %1").arg(body);
+        QByteArray bytes;
+        bytes.reserve(body.size());
+        for (QChar c : body)
+            bytes.append(c.unicode() < 128 ? char(c.unicode()) : '?');
+        request.method = "POST";
+        request.setValueForHTTPHeaderField(QByteArray::number(bytes.size()), "Content-Length");
+        request.setValueForHTTPHeaderField("text/html,application/xhtml+xml,application/xml;q=0.9,*/*;q=0.8",
+                                           "Accept");
+        request.setValueForHTTPHeaderField("en-US,en;q=0.5", "Accept-Language");
+        request.setValueForHTTPHeaderField("gzip, deflate", "Accept-Encoding");
+        request.setValueForHTTPHeaderField("keep-alive", "Connection");
+        request.body = bytes;
+    }
+    if (config.flagForKey("runJS"))
+        record->setRunJS(request);
+    record->setSentRequest();
+    if (!url.isValid() || url.isEmpty()) {
+        qInfo().noquote() << QString("connection can't be created to %1").arg(text);
+        return;
+    }
+    record->startConnection(request, record->requiresHighlightCallback() ? myNSURLConnection::highlightIdentifier
+                                                                         : myNSURLConnection::crawlIdentifier);
+}
+
+// ---------------------------------------------------------------- the collection
+
+void LinkCheckerHub::add(const ItemPtr& item) {
+    setCapacityLimit(preferences.intValue("linkslimit"));
+    lfDataSource::add(item);
+}
+
+LinkCheckerHub::ItemPtr LinkCheckerHub::getnthItem(qsizetype n) const {
+    if (preferences.boolValue("showHideGoodLinksCheckBox")) {
+        if (badCollectionCount == 0)
+            return nullptr;
+        qsizetype seen = 0;
+        for (const ItemPtr& record : collection)
+            if (record->isInBadCollection() && seen++ == n)
+                return record;
+    }
+    return lfDataSource::getnthItem(n);
+}
+
+LinkCheckerHub::ItemPtr LinkCheckerHub::getLinkCheckerUrlWithUrl(const QString& url) const {
+    for (const ItemPtr& record : collection)
+        if (record->getActualLinkUrl() == url)
+            return record;
+    return nullptr;
+}
+
+LinkCheckerHub::ItemPtr LinkCheckerHub::getfirstBadItem() const {
+    for (const ItemPtr& record : collection)
+        if (record->isInBadCollection())
+            return record;
+    return nullptr;
+}
+
+int LinkCheckerHub::countBadCollection() {
+    badCollectionCount = int(std::count_if(collection.begin(), collection.end(),
+                                           [](const ItemPtr& record) { return record->isInBadCollection(); }));
+    return badCollectionCount;
+}
+
+QString LinkCheckerHub::getStartingUrl() const {
+    const ItemPtr first = lfDataSource::getnthItem(0);
+    return first ? first->getLinkUrl() : QString();
+}
+
+void LinkCheckerHub::addToLookupWithKey(const LinkCheckerUrlPtr& record, const QString& key) {
+    lookupDictionary.insert(key, record);
+}
+
+void LinkCheckerHub::addLinkForPage(const LinkCheckerUrlPtr& record, const QString& page) {
+    byPageDictionary[page].append(record);
+}
+
+int LinkCheckerHub::numberOfLinksOnThisPage(const QString& page) const {
+    const auto it = byPageDictionary.constFind(page);
+    if (it == byPageDictionary.constEnd())
+        return 0;
+    return int(std::count_if(it->begin(), it->end(), [](const LinkCheckerUrlPtr& r) { return !r->getIsImage(); }));
+}
+
+void LinkCheckerHub::resetDomain(const LinkCheckerUrl& record) {
+    const QString host = QUrl(record.getActualLinkUrl()).host();
+    if (host.isEmpty())
+        return;
+    if (domains.size() == 1)
+        domains = QStringList{host};
+    else
+        domains.append(host);
+}
+
+// ---------------------------------------------------------------- settings, read live
+
+bool LinkCheckerHub::shouldTrim() const { return config.flagForKey("followQuerystring"); }
+void LinkCheckerHub::setIgnoreQS() { config.setValueForKey("followQuerystring", QStringLiteral("YES")); }
+bool LinkCheckerHub::shouldTrimSpaces() const { return config.flagForKey("trimWhitespace"); }
+bool LinkCheckerHub::shouldIgnoreSlash() const { return config.flagForKey("ignoreSlash"); }
+bool LinkCheckerHub::shouldParsePDFs() const { return config.flagForKey("parsePDFs"); }
+bool LinkCheckerHub::shouldArchive() const {
+    return config.flagForKey("archivePages") || config.flagForKey("SEOCountKeywordsInContent");
+}
+bool LinkCheckerHub::shouldCacheData() const {
+    return config.flagForKey("checkSpelling") || config.flagForKey("checkGrammar");
+}
+bool LinkCheckerHub::shouldFlagBlacklisted() const { return config.flagForKey("flagBlacklisted"); }
+bool LinkCheckerHub::shouldLogModifiedDate() const { return config.flagForKey("includelastmodinsitemap"); }
+bool LinkCheckerHub::shouldPerformSoft404Check() const { return config.flagForKey("soft404Button"); }
+bool LinkCheckerHub::getCheckImages() const { return config.flagForKey("checkImages"); }
+bool LinkCheckerHub::checkErrorPages() const { return config.flagForKey("checkErrorPages"); }
+bool LinkCheckerHub::isUsingTitles() const { return config.flagForKey("uniqueTitles"); }
+bool LinkCheckerHub::getAuthentication() const { return config.flagForKey("TrelliumAttemptAuthentication"); }
+QString LinkCheckerHub::getAuthenticationUserName() const { return config.stringForKey("authenticationusername"); }
+QString LinkCheckerHub::getAuthenticationPassword() const { return config.stringForKey("authenticationpassword"); }
+QString LinkCheckerHub::getAuthenticationUserNameFieldName() const {
+    return config.stringForKey("authenticationusernamefieldname");
+}
+QString LinkCheckerHub::getAuthenticationPasswordFieldName() const {
+    return config.stringForKey("authenticationpasswordfieldname");
+}
+double LinkCheckerHub::getTimeoutInterval() const { return config.doubleForKey("timeOut"); }
+bool LinkCheckerHub::displayPageTitle() const { return preferences.intValue("KestreliaShowPageTitle") != 0; }
+QString LinkCheckerHub::userAgent() const { return preferences.userAgentString(); }
+
+bool LinkCheckerHub::performSoft404CheckOnThisUrl(const LinkCheckerUrl& record) const {
+    if (!shouldPerformSoft404Check())
+        return false;
+    return UrlRules::stringContainsOneOfTheseTerms(record.getActualLinkUrl(), &soft404Array) ||
+           record.dataContainsOneOfTheseTerms(&soft404Array);
+}

@@ -1,0 +1,150 @@
+#pragma once
+
+#include "crawl/LinkCheckerUrl.h"
+#include "views/lfDataSource.h"
+
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+#include <functional>
+#include <optional>
+
+class KestConfigManager;
+class Preferences;
+class UserInterface;
+
+// The one central object of a crawl. Its collection is the result set and the work queue at
+// once: records in order of discovery, walked by a cursor. Every request is asynchronous on
+// this thread's event loop; "thread" below means one outstanding request.
+class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
+  public:
+    enum class CrawlState { Idle, Running, Paused, Finished };
+
+    LinkCheckerHub(KestConfigManager& config, Preferences& preferences, UserInterface& ui);
+    ~LinkCheckerHub() override;
+
+    // Crawl control. The title of the control that was used picks the behaviour:
+    // "Continue", "Pause", anything else starts a new crawl.
+    void go(const QString& senderTitle = "Go");
+    void stop();
+    void continueCrawl();
+    bool getNextUrlToCrawl();
+    void sendAsyncServerResponse(const LinkCheckerUrlPtr& record);
+    void threadHasFinished(const LinkCheckerUrlPtr& record);
+    void incNumberDone(const LinkCheckerUrlPtr& record);
+    void statusHasChangedFordO(const LinkCheckerUrlPtr& record);
+    bool isFinished();
+    bool isCrawlFinished() const { return crawlFinished; }
+    bool stopPressed() const { return stopPressedFlag; }
+    void crawlDidStop();
+    void crawlWillContinue();
+    void emergencyMemoryStop();
+    void siteHasChanged();
+    CrawlState getCrawlState() const;
+
+    // Reading the collection
+    ItemPtr getnthItem(qsizetype n) const override;
+    ItemPtr getnthofAllItems(qsizetype n) const { return lfDataSource::getnthItem(n); }
+    ItemPtr getLinkCheckerUrlWithUrl(const QString& url) const;
+    ItemPtr getfirstBadItem() const;
+    int countBadCollection();
+    bool isInBadCollection(const LinkCheckerUrl& record) const { return record.isInBadCollection(); }
+    QString getStartingUrl() const;
+    void add(const ItemPtr& item) override;
+
+    // Lookups filled as links come in
+    void addToLookupWithKey(const LinkCheckerUrlPtr& record, const QString& key);
+    LinkCheckerUrlPtr lookup(const QString& key) const { return lookupDictionary.value(key); }
+    void addLinkForPage(const LinkCheckerUrlPtr& record, const QString& page);
+    int numberOfLinksOnThisPage(const QString& page) const;
+    void resetDomain(const LinkCheckerUrl& record);
+    const QStringList& getDomains() const { return domains; }
+
+    // Settings as the other parts of the crawl see them, read live.
+    bool shouldTrim() const;
+    bool getIgnoreQS() const { return shouldTrim(); }
+    void setIgnoreQS();
+    bool shouldTrimSpaces() const;
+    bool shouldIgnoreSlash() const;
+    bool shouldParsePDFs() const;
+    bool shouldArchive() const;
+    bool shouldCacheData() const;
+    bool shouldFlagBlacklisted() const;
+    bool shouldLogModifiedDate() const;
+    bool shouldPerformSoft404Check() const;
+    bool getCheckImages() const;
+    bool checkErrorPages() const;
+    bool isPlainTextMode() const { return plainTextMode; }
+    bool isUsingTitles() const;
+    bool isRechecking() const { return rechecking; }
+    bool getAuthentication() const;
+    QString getAuthenticationUserName() const;
+    QString getAuthenticationPassword() const;
+    QString getAuthenticationUserNameFieldName() const;
+    QString getAuthenticationPasswordFieldName() const;
+    double getTimeoutInterval() const;
+    quint64 getDetectedEncoding() const { return detectedEncoding ? detectedEncoding : 4; }
+    bool displayPageTitle() const;
+    bool performSoft404CheckOnThisUrl(const LinkCheckerUrl& record) const;
+    QString userAgent() const;
+
+    // Counters, for progress and tests.
+    int getNumberOfThreadsDetached() const { return numberOfThreadsDetached; }
+    int getNextUrlIndex() const { return nextUrlToCrawl; }
+    quint64 getNumberDone() const { return numberDone; }
+    int getBadCollectionCount() const { return badCollectionCount; }
+    int getActionWhenFinished() const { return actionWhenFinished; }
+    void setActionWhenFinished(int action) { actionWhenFinished = action; }
+    const QStringList& getSoft404Array() const { return soft404Array; }
+    KestConfigManager& configManager() const { return config; }
+
+    // Queues a call for the next pass of the event loop. A call queued during one crawl is
+    // dropped if a new crawl has started by the time it runs.
+    void postToCrawl(std::function<void()> call);
+
+    // Where a page's links are taken in; filled by link intake.
+    void extractLinks(const LinkCheckerUrlPtr& page);
+    void archivePage(const LinkCheckerUrlPtr& page);
+    void highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr& record);
+
+  private:
+    void startNewCrawl();
+    bool probeLocalStart(QString& url);
+    void closeCrawl();
+    void showProgress();
+    QString progressLine() const;
+    // Collaborators that join with later work: each is named for the call it stands for.
+    void doReport(bool onThisThread);
+    void takeAction(int action);
+    void saveArchive() {}
+    void clearTempFolder() {}
+    void clearArchiveFolder() {}
+    void readRobotsTxt() {}
+    void detectEncoding() {}
+
+    KestConfigManager& config;
+    Preferences& preferences;
+    UserInterface& ui;
+
+    int nextUrlToCrawl = 0;
+    int numberOfThreadsDetached = 0;
+    quint64 numberDone = 0;
+    int badCollectionCount = 0;
+    bool stopPressedFlag = false;
+    bool crawlFinished = false;
+    bool crawlStarted = false;
+    bool rechecking = false;
+    bool singlePage = false;
+    quint64 detectedEncoding = 0;
+    bool plainTextMode = false;
+    QStringList domains;
+    QStringList checkBlacklistArray, followBlacklistArray, followWhitelistArray;
+    std::optional<QStringList> robotsBlacklistArray;
+    QStringList soft404Array;
+    QHash<QString, LinkCheckerUrlPtr> lookupDictionary;
+    QHash<QString, QList<LinkCheckerUrlPtr>> byPageDictionary;
+    int actionWhenFinished = 0;
+    LinkCheckerUrlPtr currentItem;
+    int lastCustomIcon = 0;
+    quint64 crawlGeneration = 0;
+};

@@ -1,0 +1,285 @@
+// The record as the delegate of its own connection: what becomes of a response, a redirect,
+// a challenge, a body, a failure, and in what order the hub hears of it.
+#include "crawl/LinkCheckerHub.h"
+#include "crawl/LinkCheckerUrl.h"
+
+#include <QtDebug>
+
+void LinkCheckerUrl::startConnection(const UrlRequest& request, int identifier) {
+    connection = std::make_unique<myNSURLConnection>(request, this, identifier);
+}
+
+void LinkCheckerUrl::cancelConnection() {
+    if (connection)
+        connection->cancel();
+}
+
+int LinkCheckerUrl::identifierOf(myNSURLConnection* c) const { return c ? c->getIdentifier() : 0; }
+
+void LinkCheckerUrl::postThreadHasFinished() {
+    auto me = self();
+    owner->postToCrawl([me] { me->owner->threadHasFinished(me); });
+}
+
+void LinkCheckerUrl::postIncNumberDoneAndThreadHasFinished() {
+    auto me = self();
+    owner->postToCrawl([me] {
+        me->owner->incNumberDone(me);
+        me->owner->threadHasFinished(me);
+    });
+}
+
+std::optional<UrlRequest> LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c,
+                                                                                    const UrlRequest& request,
+                                                                                    const UrlResponse* redirect) {
+    if (!redirect)
+        return request;
+    const QString newText = request.url.toString(QUrl::FullyEncoded);
+    const bool hadPercent = newText.contains('%');
+    if (numberOfRedirects > 100) {
+        qInfo().noquote() << QString("recurring redirect: %1").arg(getActualLinkUrl());
+        setStatus("recurring redirect");
+        postIncNumberDoneAndThreadHasFinished();
+        c->cancel();
+        return std::nullopt;
+    }
+    ++numberOfRedirects;
+    UrlRequest next = request;
+    next.setValueForHTTPHeaderField(request.url.host().toUtf8(), "Host");
+    if (identifierOf(c) == myNSURLConnection::highlightIdentifier)
+        return next;
+    if (request.url.isEmpty() || newText.isEmpty()) {
+        setStatus("redirection to nowhere");
+        postIncNumberDoneAndThreadHasFinished();
+        c->cancel();
+        return std::nullopt;
+    }
+    // Percent escapes are read back in the site's encoding; UTF-8 covers the usual case.
+    const QString readable = hadPercent ? QUrl::fromPercentEncoding(newText.toUtf8()) : newText;
+    if (readable == getActualLinkUrl()) {
+        qInfo().noquote() << QString("redir to identical url %1 - just returning").arg(readable);
+        return next;
+    }
+    if (identifierOf(c) == myNSURLConnection::validatorIdentifier)
+        return next;
+    if (nssredir.isEmpty()) {
+        if (isEqualToUrlTrimmedIgnoreTrailingSlash(readable, owner->shouldTrim(), owner->shouldIgnoreSlash())) {
+            // The same page as far as the settings are concerned: no redirect is noted.
+            setLinkUrlTrimQuery(readable, owner->shouldTrim());
+        } else {
+            setRedir(readable);
+            if (redirect->statusCode > 0)
+                updateStatus(QString("%1 %2").arg(redirect->statusCode).arg(localizedStringForStatusCode(redirect->statusCode)));
+        }
+    } else {
+        setRedir(readable);
+    }
+    if (startingPoint)
+        owner->resetDomain(*this);
+    return next;
+}
+
+void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const UrlResponse& response) {
+    if (!sentRequest) {
+        qInfo() << "panic!";
+        return;
+    }
+    if (owner->stopPressed())
+        return;
+    const int identifier = identifierOf(c);
+    if (identifier == myNSURLConnection::highlightIdentifier)
+        return;
+    if (identifier != myNSURLConnection::validatorIdentifier)
+        responseTimeInterval = getTimeSinceSent();
+    const HeaderList headers = response.isHTTP ? response.headerFields : HeaderList();
+    if (isImage || identifier == myNSURLConnection::fullDownloadIdentifier)
+        setFileSizeCompressed(headerValue(headers, "Content-Length").toInt());
+    contentlengthunavailable = !hasHeader(headers, "Content-Length");
+    if (internal && owner->shouldLogModifiedDate() && !headers.isEmpty())
+        setTargetLastModified(QString::fromLatin1(headerValue(headers, "Last-Modified")));
+
+    if (identifier == myNSURLConnection::validatorIdentifier) {
+        for (const char* prefix : {"X-W3C-Validator-", "X-W3c-Validator-"}) {
+            const QByteArray p(prefix);
+            if (!hasHeader(headers, p + "Status"))
+                continue;
+            setValidatorStatus(QString::fromLatin1(headerValue(headers, p + "Status")));
+            setValidatorWarnings(headerValue(headers, p + "Warnings").toInt());
+            setValidatorErrors(headerValue(headers, p + "Errors").toInt());
+            c->cancel();
+            return;
+        }
+        return;
+    }
+
+    if (response.isHTTP) {
+        isHTML = headerValue(headers, "Content-Type").contains("html");
+        const QString line = QString("%1 %2").arg(response.statusCode).arg(localizedStringForStatusCode(response.statusCode));
+        if (beingRechecked)
+            setStatus(line);
+        else
+            updateStatus(line);
+    } else {
+        setStatus("200 no error (not http)");
+        isHTML = response.mimeType.contains("html");
+    }
+
+    auto me = self();
+    if (beingRechecked) {
+        c->cancel();
+        owner->incNumberDone(me);
+        owner->statusHasChangedFordO(me);
+        owner->threadHasFinished(me);
+        beingRechecked = false;
+        return;
+    }
+    owner->statusHasChangedFordO(me);
+
+    const bool fullDownload = identifier == myNSURLConnection::fullDownloadIdentifier;
+    const bool wantedPdf = getIsPDF() && owner->shouldParsePDFs();
+    const bool keepForType = isHTML || isImage || startingPoint || fullDownload || wantedPdf;
+    const bool keepForPlace = internal || fullDownload || owner->shouldPerformSoft404Check();
+    if (!keepForType || !keepForPlace) {
+        c->cancel();
+        owner->incNumberDone(me);
+        postThreadHasFinished();
+        return;
+    }
+    // Rendering pages with their scripts joins with the page renderer; until then the plain body is read.
+}
+
+void LinkCheckerUrl::appendBody(const QByteArray& bytes) {
+    if (!data) {
+        data.emplace();
+        data->reserve(10);
+    }
+    data->append(bytes);
+}
+
+void LinkCheckerUrl::connectionDidReceiveData(myNSURLConnection* c, const QByteArray& bytes) {
+    if (owner->stopPressed())
+        return;
+    const int identifier = identifierOf(c);
+    if (beingRechecked && identifier != myNSURLConnection::highlightIdentifier) {
+        if (c)
+            c->cancel();
+        return;
+    }
+    if (identifier == myNSURLConnection::highlightIdentifier) {
+        if (!onPageData)
+            onPageData.emplace();
+        onPageData->append(bytes);
+        return;
+    }
+    if (cacheData)
+        return;
+    try {
+        appendBody(bytes);
+    } catch (const std::bad_alloc&) {
+        qInfo().noquote() << QString("**** failed to add data for %1").arg(getActualLinkUrl());
+        if (c)
+            c->cancel();
+        owner->stop();
+    }
+}
+
+void LinkCheckerUrl::connectionDidFinishLoading(myNSURLConnection* c) {
+    if (!sentRequest || owner->stopPressed())
+        return;
+    const int identifier = identifierOf(c);
+    auto me = self();
+    if (identifier == myNSURLConnection::fullDownloadIdentifier || isImage) {
+        loadTimeInterval = getTimeSinceSent() - getResponseTime();
+        setFileSize(int(getData().size()));
+        if (contentlengthunavailable)
+            setFileSizeCompressed(int(getData().size()));
+    }
+    if (identifier == myNSURLConnection::validatorIdentifier) {
+        // The validator's answer without its headers: its page title says the verdict.
+        c->cancel();
+        return;
+    }
+    if (identifier == myNSURLConnection::highlightIdentifier) {
+        postThreadHasFinished();
+    } else {
+        if (internal && isHTML && owner->shouldArchive())
+            owner->archivePage(me);
+        if (!startingPoint && firstDigit(status) < 4 && owner->performSoft404CheckOnThisUrl(*this))
+            updateStatus("404 'soft 404'");
+        owner->incNumberDone(me);
+        if (!owner->isRechecking())
+            owner->extractLinks(me);
+        postThreadHasFinished();
+    }
+    if (c)
+        c->cancel();
+    if (internal && !owner->shouldCacheData())
+        clearData();
+}
+
+void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlError& error) {
+    if (owner->stopPressed())
+        return;
+    const int identifier = identifierOf(c);
+    if (identifier == myNSURLConnection::highlightIdentifier) {
+        c->cancel();
+        return;
+    }
+    if (identifier == myNSURLConnection::validatorIdentifier) {
+        setValidatorStatus(error.localizedDescription);
+        c->cancel();
+        return;
+    }
+    setStatus(error.localizedDescription);
+    auto me = self();
+    if (beingRechecked) {
+        if (c)
+            c->cancel();
+        owner->incNumberDone(me);
+        owner->statusHasChangedFordO(me);
+        owner->threadHasFinished(me);
+        beingRechecked = false;
+        return;
+    }
+    owner->statusHasChangedFordO(me);
+    owner->incNumberDone(me);
+    postThreadHasFinished();
+    if (c)
+        c->cancel();
+}
+
+// Only the site the user named may have a certificate that does not verify.
+bool LinkCheckerUrl::connectionCanAuthenticateAgainstProtectionSpace(myNSURLConnection*, const QString& method) {
+    if (method == NSURLAuthenticationMethodServerTrust && startingPoint) {
+        qInfo() << "bad certificate - trusting";
+        return true;
+    }
+    qInfo().noquote() << QString("%1 bad certificate - not trusting").arg(getActualLinkUrl());
+    return false;
+}
+
+void LinkCheckerUrl::connectionDidReceiveAuthenticationChallenge(myNSURLConnection* c,
+                                                                 const AuthenticationChallenge& challenge) {
+    qInfo().noquote() << QString("received authentication challenge from %1").arg(getActualLinkUrl());
+    if (owner->stopPressed())
+        return;
+    if (challenge.authenticationMethod == NSURLAuthenticationMethodServerTrust) {
+        if (internal) {
+            c->useServerTrust();
+            return;
+        }
+        c->continueWithoutCredential();
+    }
+    if (owner->getAuthentication() && previousFailureCount == 0) {
+        ++previousFailureCount;
+        const QString user = owner->getAuthenticationUserName(), password = owner->getAuthenticationPassword();
+        qInfo().noquote() << QString("attempting to send: %1 and %2").arg(user, password);
+        c->useCredential(user, password);
+        return;
+    }
+    qInfo() << "authentication is switched off or already tried once";
+    c->cancelAuthenticationChallenge();
+    setStatus("requires authentication");
+    owner->incNumberDone(self());
+    postThreadHasFinished();
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+// How URL texts are completed and classified. URLs are compared as text throughout.
+namespace UrlRules {
+
+// Turns what the user typed as a starting point into URL text.
+QString completeStartUrl(const QString& text);
+// True when the host counts as internal for the given domains; no domains means all are.
+bool compareHostWithDomain(const QString& host, const QStringList& domains, bool ignoreSubdomain);
+// A scheme that cannot be requested (mail, script, telephone).
+bool isMailtoEtc(const QString& link);
+bool containsColon(const QString& text);
+// Plain substring test, case-insensitive; terms of one character or none never match.
+bool stringContainsOneOfTheseTerms(const QString& text, const QStringList* terms);
+QString stripHost(const QString& url);
+// Escapes what may not stand in a URL, percent signs included, leaving the delimiters alone.
+QString addPercentEscapes(const QString& text);
+// A URL from text in strict mode, or from the escaped text when that fails; invalid if neither works.
+QUrl makeUrl(const QString& text);
+
+} // namespace UrlRules
