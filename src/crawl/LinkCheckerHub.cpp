@@ -54,7 +54,8 @@ void LinkCheckerHub::startNewCrawl() {
     lookupDictionary.clear();
     byPageDictionary.clear();
 
-    soft404Array = KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
+    soft404Array =
+        KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
 
     QString url = config.getUrlOfSelectedSite();
     if (url.isEmpty())
@@ -267,11 +268,17 @@ void LinkCheckerHub::emergencyMemoryStop() {
     crawlDidStop();
 }
 
-void LinkCheckerHub::crawlDidStop() { ui.crawlCommandsChanged(true); }
+void LinkCheckerHub::crawlDidStop() {
+    ui.crawlCommandsChanged(true);
+}
 
-void LinkCheckerHub::crawlWillContinue() { ui.crawlCommandsChanged(false); }
+void LinkCheckerHub::crawlWillContinue() {
+    ui.crawlCommandsChanged(false);
+}
 
-void LinkCheckerHub::siteHasChanged() { crawlFinished = false; }
+void LinkCheckerHub::siteHasChanged() {
+    crawlFinished = false;
+}
 
 LinkCheckerHub::CrawlState LinkCheckerHub::getCrawlState() const {
     if (crawlFinished)
@@ -283,7 +290,9 @@ LinkCheckerHub::CrawlState LinkCheckerHub::getCrawlState() const {
 
 void LinkCheckerHub::doReport(bool) {}
 
-void LinkCheckerHub::takeAction(int action) { ui.showResults(action); }
+void LinkCheckerHub::takeAction(int action) {
+    ui.showResults(action);
+}
 
 void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr&) {}
 
@@ -311,7 +320,8 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     if (!url.isValid() || text.isEmpty())
         url = QUrl(UrlRules::addPercentEscapes(record->getLinkUrlForTesting()), QUrl::StrictMode);
     if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
-        url = QUrl::fromLocalFile(QDir(url.toLocalFile()).filePath(config.stringForKey("defaultLocalFileName").trimmed()));
+        url = QUrl::fromLocalFile(
+            QDir(url.toLocalFile()).filePath(config.stringForKey("defaultLocalFileName").trimmed()));
 
     UrlRequest request;
     request.url = url;
@@ -327,12 +337,13 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     for (int i = 1; i <= 3; ++i) {
         const QString key = config.stringForKey(QString("customHeaderKey%1").arg(i));
         if (!key.isEmpty())
-            request.setValueForHTTPHeaderField(config.stringForKey(QString("customHeaderValue%1").arg(i)).toUtf8(),
-                                               key.toUtf8());
+            request.setValueForHTTPHeaderField(
+                config.stringForKey(QString("customHeaderValue%1").arg(i)).toUtf8(), key.toUtf8());
     }
 
     const QString user = getAuthenticationUserName(), password = getAuthenticationPassword();
-    const QString userField = getAuthenticationUserNameFieldName(), passwordField = getAuthenticationPasswordFieldName();
+    const QString userField = getAuthenticationUserNameFieldName(),
+                  passwordField = getAuthenticationPasswordFieldName();
     if (getAuthentication() && record->isStartingPoint() && !user.isEmpty() && !password.isEmpty() &&
         !userField.isEmpty() && !passwordField.isEmpty()) {
         // The login form as the site expects it; nothing is percent-encoded.
@@ -363,8 +374,9 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
         qInfo().noquote() << QString("connection can't be created to %1").arg(text);
         return;
     }
-    record->startConnection(request, record->requiresHighlightCallback() ? myNSURLConnection::highlightIdentifier
-                                                                         : myNSURLConnection::crawlIdentifier);
+    record->startConnection(request, record->requiresHighlightCallback()
+                                         ? myNSURLConnection::highlightIdentifier
+                                         : myNSURLConnection::crawlIdentifier);
 }
 
 // ---------------------------------------------------------------- the collection
@@ -401,8 +413,9 @@ LinkCheckerHub::ItemPtr LinkCheckerHub::getfirstBadItem() const {
 }
 
 int LinkCheckerHub::countBadCollection() {
-    badCollectionCount = int(std::count_if(collection.begin(), collection.end(),
-                                           [](const ItemPtr& record) { return record->isInBadCollection(); }));
+    badCollectionCount = int(std::count_if(collection.begin(), collection.end(), [](const ItemPtr& record) {
+        return record->isInBadCollection();
+    }));
     return badCollectionCount;
 }
 
@@ -423,7 +436,8 @@ int LinkCheckerHub::numberOfLinksOnThisPage(const QString& page) const {
     const auto it = byPageDictionary.constFind(page);
     if (it == byPageDictionary.constEnd())
         return 0;
-    return int(std::count_if(it->begin(), it->end(), [](const LinkCheckerUrlPtr& r) { return !r->getIsImage(); }));
+    return int(
+        std::count_if(it->begin(), it->end(), [](const LinkCheckerUrlPtr& r) { return !r->getIsImage(); }));
 }
 
 void LinkCheckerHub::resetDomain(const LinkCheckerUrl& record) {
@@ -438,35 +452,69 @@ void LinkCheckerHub::resetDomain(const LinkCheckerUrl& record) {
 
 // ---------------------------------------------------------------- settings, read live
 
-bool LinkCheckerHub::shouldTrim() const { return config.flagForKey("followQuerystring"); }
-void LinkCheckerHub::setIgnoreQS() { config.setValueForKey("followQuerystring", QStringLiteral("YES")); }
-bool LinkCheckerHub::shouldTrimSpaces() const { return config.flagForKey("trimWhitespace"); }
-bool LinkCheckerHub::shouldIgnoreSlash() const { return config.flagForKey("ignoreSlash"); }
-bool LinkCheckerHub::shouldParsePDFs() const { return config.flagForKey("parsePDFs"); }
+bool LinkCheckerHub::shouldTrim() const {
+    return config.flagForKey("followQuerystring");
+}
+void LinkCheckerHub::setIgnoreQS() {
+    config.setValueForKey("followQuerystring", QStringLiteral("YES"));
+}
+bool LinkCheckerHub::shouldTrimSpaces() const {
+    return config.flagForKey("trimWhitespace");
+}
+bool LinkCheckerHub::shouldIgnoreSlash() const {
+    return config.flagForKey("ignoreSlash");
+}
+bool LinkCheckerHub::shouldParsePDFs() const {
+    return config.flagForKey("parsePDFs");
+}
 bool LinkCheckerHub::shouldArchive() const {
     return config.flagForKey("archivePages") || config.flagForKey("SEOCountKeywordsInContent");
 }
 bool LinkCheckerHub::shouldCacheData() const {
     return config.flagForKey("checkSpelling") || config.flagForKey("checkGrammar");
 }
-bool LinkCheckerHub::shouldFlagBlacklisted() const { return config.flagForKey("flagBlacklisted"); }
-bool LinkCheckerHub::shouldLogModifiedDate() const { return config.flagForKey("includelastmodinsitemap"); }
-bool LinkCheckerHub::shouldPerformSoft404Check() const { return config.flagForKey("soft404Button"); }
-bool LinkCheckerHub::getCheckImages() const { return config.flagForKey("checkImages"); }
-bool LinkCheckerHub::checkErrorPages() const { return config.flagForKey("checkErrorPages"); }
-bool LinkCheckerHub::isUsingTitles() const { return config.flagForKey("uniqueTitles"); }
-bool LinkCheckerHub::getAuthentication() const { return config.flagForKey("TrelliumAttemptAuthentication"); }
-QString LinkCheckerHub::getAuthenticationUserName() const { return config.stringForKey("authenticationusername"); }
-QString LinkCheckerHub::getAuthenticationPassword() const { return config.stringForKey("authenticationpassword"); }
+bool LinkCheckerHub::shouldFlagBlacklisted() const {
+    return config.flagForKey("flagBlacklisted");
+}
+bool LinkCheckerHub::shouldLogModifiedDate() const {
+    return config.flagForKey("includelastmodinsitemap");
+}
+bool LinkCheckerHub::shouldPerformSoft404Check() const {
+    return config.flagForKey("soft404Button");
+}
+bool LinkCheckerHub::getCheckImages() const {
+    return config.flagForKey("checkImages");
+}
+bool LinkCheckerHub::checkErrorPages() const {
+    return config.flagForKey("checkErrorPages");
+}
+bool LinkCheckerHub::isUsingTitles() const {
+    return config.flagForKey("uniqueTitles");
+}
+bool LinkCheckerHub::getAuthentication() const {
+    return config.flagForKey("TrelliumAttemptAuthentication");
+}
+QString LinkCheckerHub::getAuthenticationUserName() const {
+    return config.stringForKey("authenticationusername");
+}
+QString LinkCheckerHub::getAuthenticationPassword() const {
+    return config.stringForKey("authenticationpassword");
+}
 QString LinkCheckerHub::getAuthenticationUserNameFieldName() const {
     return config.stringForKey("authenticationusernamefieldname");
 }
 QString LinkCheckerHub::getAuthenticationPasswordFieldName() const {
     return config.stringForKey("authenticationpasswordfieldname");
 }
-double LinkCheckerHub::getTimeoutInterval() const { return config.doubleForKey("timeOut"); }
-bool LinkCheckerHub::displayPageTitle() const { return preferences.intValue("KestreliaShowPageTitle") != 0; }
-QString LinkCheckerHub::userAgent() const { return preferences.userAgentString(); }
+double LinkCheckerHub::getTimeoutInterval() const {
+    return config.doubleForKey("timeOut");
+}
+bool LinkCheckerHub::displayPageTitle() const {
+    return preferences.intValue("KestreliaShowPageTitle") != 0;
+}
+QString LinkCheckerHub::userAgent() const {
+    return preferences.userAgentString();
+}
 
 bool LinkCheckerHub::performSoft404CheckOnThisUrl(const LinkCheckerUrl& record) const {
     if (!shouldPerformSoft404Check())

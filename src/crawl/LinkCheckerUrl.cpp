@@ -73,7 +73,9 @@ void LinkCheckerUrl::setRedir(const QString& url) {
     setActualLinkUrl();
 }
 
-void LinkCheckerUrl::setActualLinkUrl() { actualLinkUrl = nssredir.isEmpty() ? nsslinkUrl : nssredir; }
+void LinkCheckerUrl::setActualLinkUrl() {
+    actualLinkUrl = nssredir.isEmpty() ? nsslinkUrl : nssredir;
+}
 
 QString LinkCheckerUrl::getActualLinkUrl() const {
     return slashTrimmed || redirSlashTrimmed ? actualLinkUrl + "/" : actualLinkUrl;
@@ -113,7 +115,8 @@ bool LinkCheckerUrl::getIsPDF() const {
     return dot >= 0 && last.mid(dot + 1).contains("pdf", Qt::CaseInsensitive);
 }
 
-bool LinkCheckerUrl::isEqualToUrlTrimmedIgnoreTrailingSlash(const QString& url, bool trimmed, bool ignoreTrailingSlash) {
+bool LinkCheckerUrl::isEqualToUrlTrimmedIgnoreTrailingSlash(const QString& url, bool trimmed,
+                                                            bool ignoreTrailingSlash) {
     if (url.isEmpty())
         return false;
     QString text = trimHashQuery(url, trimmed);
@@ -244,13 +247,17 @@ void LinkCheckerUrl::addOnPageUrl(const QString& url) {
     listsHaveChanged = true;
 }
 
-void LinkCheckerUrl::addOnPageName(const QString& name) { onPageName.append(name.isNull() ? "untitled" : name); }
+void LinkCheckerUrl::addOnPageName(const QString& name) {
+    onPageName.append(name.isNull() ? "untitled" : name);
+}
 
 void LinkCheckerUrl::addOnPageLinkText(const QString& text) {
     onPageLinkText.append(text.isNull() ? "no text" : text);
 }
 
-void LinkCheckerUrl::addNofollow(bool value) { nofollow.append(value); }
+void LinkCheckerUrl::addNofollow(bool value) {
+    nofollow.append(value);
+}
 
 void LinkCheckerUrl::addLinkedImage(const std::shared_ptr<LinkCheckerUrl>& image) {
     if (image)
@@ -278,7 +285,8 @@ bool LinkCheckerUrl::isThisStringAlreadyInArray(const QString& string, const QSt
         QString entryBare = entry;
         if (entryBare.endsWith('/'))
             entryBare.chop(1);
-        if (entry.compare(string, Qt::CaseInsensitive) == 0 || entryBare.compare(bare, Qt::CaseInsensitive) == 0)
+        if (entry.compare(string, Qt::CaseInsensitive) == 0 ||
+            entryBare.compare(bare, Qt::CaseInsensitive) == 0)
             return true;
     }
     return false;
@@ -313,16 +321,20 @@ QString LinkCheckerUrl::getOnPagesHTML() const {
     return links.join("<br />");
 }
 
-int LinkCheckerUrl::getLinkCount() const { return owner ? owner->numberOfLinksOnThisPage(getActualLinkUrl()) : 0; }
+int LinkCheckerUrl::getLinkCount() const {
+    return owner ? owner->numberOfLinksOnThisPage(getActualLinkUrl()) : 0;
+}
 
 // ---------------------------------------------------------------- renderings
 
 QString LinkCheckerUrl::getLinkUrlHTML() const {
-    return QString("<a href=\"%1\" target=\"_blank\">%2</a>").arg(nsslinkUrl, truncateURLByAddingElipsisInMiddle(nsslinkUrl));
+    return QString("<a href=\"%1\" target=\"_blank\">%2</a>")
+        .arg(nsslinkUrl, truncateURLByAddingElipsisInMiddle(nsslinkUrl));
 }
 
 QString LinkCheckerUrl::getLinkRedirHTML() const {
-    return QString("<a href=\"%1\" target=\"_blank\">%2</a>").arg(nssredir, truncateURLByAddingElipsisInMiddle(nssredir));
+    return QString("<a href=\"%1\" target=\"_blank\">%2</a>")
+        .arg(nssredir, truncateURLByAddingElipsisInMiddle(nssredir));
 }
 
 QString LinkCheckerUrl::truncateURLByAddingElipsisInMiddle(const QString& text) {
@@ -387,7 +399,9 @@ QString LinkCheckerUrl::getRobots() const {
 
 // With several occurrences the first one speaks for all: "mixed" never arises, and the views
 // are laid out for that.
-int LinkCheckerUrl::isNofollow() const { return nofollow.isEmpty() ? 0 : int(nofollow.first()); }
+int LinkCheckerUrl::isNofollow() const {
+    return nofollow.isEmpty() ? 0 : int(nofollow.first());
+}
 
 QString LinkCheckerUrl::getNofollow() const {
     switch (isNofollow()) {
@@ -412,7 +426,9 @@ bool LinkCheckerUrl::contains(const QString& term) const {
 QVariant LinkCheckerUrl::getFieldByName(const QString& key) const {
     auto number = [](int value) { return QString::number(value); };
     auto numberOrEmpty = [](int value) { return value == -1 ? QString("") : QString::number(value); };
-    auto timeOrEmpty = [](double value) { return value == 0.0 ? QString("") : QString::number(value, 'g', 6); };
+    auto timeOrEmpty = [](double value) {
+        return value == 0.0 ? QString("") : QString::number(value, 'g', 6);
+    };
     if (key == "canonical")
         return canonical;
     if (key == "changefrequency")
@@ -575,7 +591,8 @@ void LinkCheckerUrl::setSentRequest() {
     sentRequest = QDateTime::currentDateTimeUtc();
     const QDateTime local = sentRequest->toLocalTime();
     const QLocale locale;
-    timestamp = locale.toString(local.date(), QLocale::ShortFormat) + " " + locale.toString(local.time(), "HH:mm:ss");
+    timestamp =
+        locale.toString(local.date(), QLocale::ShortFormat) + " " + locale.toString(local.time(), "HH:mm:ss");
 }
 
 void LinkCheckerUrl::setFileSize(int bytes) {

@@ -128,9 +128,9 @@ class LinkCheckerUrl : public KestDataObject,
     // The request in flight: this record is the delegate of its own connection.
     void startConnection(const UrlRequest& request, int identifier);
     void cancelConnection();
-    std::optional<UrlRequest> connectionWillSendRequestRedirectResponse(myNSURLConnection* connection,
-                                                                        const UrlRequest& request,
-                                                                        const UrlResponse* redirectResponse) override;
+    std::optional<UrlRequest>
+    connectionWillSendRequestRedirectResponse(myNSURLConnection* connection, const UrlRequest& request,
+                                              const UrlResponse* redirectResponse) override;
     void connectionDidReceiveResponse(myNSURLConnection* connection, const UrlResponse& response) override;
     void connectionDidReceiveData(myNSURLConnection* connection, const QByteArray& bytes) override;
     void connectionDidFinishLoading(myNSURLConnection* connection) override;

@@ -14,7 +14,9 @@ void LinkCheckerUrl::cancelConnection() {
         connection->cancel();
 }
 
-int LinkCheckerUrl::identifierOf(myNSURLConnection* c) const { return c ? c->getIdentifier() : 0; }
+int LinkCheckerUrl::identifierOf(myNSURLConnection* c) const {
+    return c ? c->getIdentifier() : 0;
+}
 
 void LinkCheckerUrl::postThreadHasFinished() {
     auto me = self();
@@ -29,9 +31,9 @@ void LinkCheckerUrl::postIncNumberDoneAndThreadHasFinished() {
     });
 }
 
-std::optional<UrlRequest> LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c,
-                                                                                    const UrlRequest& request,
-                                                                                    const UrlResponse* redirect) {
+std::optional<UrlRequest>
+LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, const UrlRequest& request,
+                                                          const UrlResponse* redirect) {
     if (!redirect)
         return request;
     const QString newText = request.url.toString(QUrl::FullyEncoded);
@@ -63,13 +65,16 @@ std::optional<UrlRequest> LinkCheckerUrl::connectionWillSendRequestRedirectRespo
     if (identifierOf(c) == myNSURLConnection::validatorIdentifier)
         return next;
     if (nssredir.isEmpty()) {
-        if (isEqualToUrlTrimmedIgnoreTrailingSlash(readable, owner->shouldTrim(), owner->shouldIgnoreSlash())) {
+        if (isEqualToUrlTrimmedIgnoreTrailingSlash(readable, owner->shouldTrim(),
+                                                   owner->shouldIgnoreSlash())) {
             // The same page as far as the settings are concerned: no redirect is noted.
             setLinkUrlTrimQuery(readable, owner->shouldTrim());
         } else {
             setRedir(readable);
             if (redirect->statusCode > 0)
-                updateStatus(QString("%1 %2").arg(redirect->statusCode).arg(localizedStringForStatusCode(redirect->statusCode)));
+                updateStatus(QString("%1 %2")
+                                 .arg(redirect->statusCode)
+                                 .arg(localizedStringForStatusCode(redirect->statusCode)));
         }
     } else {
         setRedir(readable);
@@ -114,7 +119,8 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
 
     if (response.isHTTP) {
         isHTML = headerValue(headers, "Content-Type").contains("html");
-        const QString line = QString("%1 %2").arg(response.statusCode).arg(localizedStringForStatusCode(response.statusCode));
+        const QString line =
+            QString("%1 %2").arg(response.statusCode).arg(localizedStringForStatusCode(response.statusCode));
         if (beingRechecked)
             setStatus(line);
         else
@@ -249,7 +255,8 @@ void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlE
 }
 
 // Only the site the user named may have a certificate that does not verify.
-bool LinkCheckerUrl::connectionCanAuthenticateAgainstProtectionSpace(myNSURLConnection*, const QString& method) {
+bool LinkCheckerUrl::connectionCanAuthenticateAgainstProtectionSpace(myNSURLConnection*,
+                                                                     const QString& method) {
     if (method == NSURLAuthenticationMethodServerTrust && startingPoint) {
         qInfo() << "bad certificate - trusting";
         return true;
@@ -272,7 +279,8 @@ void LinkCheckerUrl::connectionDidReceiveAuthenticationChallenge(myNSURLConnecti
     }
     if (owner->getAuthentication() && previousFailureCount == 0) {
         ++previousFailureCount;
-        const QString user = owner->getAuthenticationUserName(), password = owner->getAuthenticationPassword();
+        const QString user = owner->getAuthenticationUserName(),
+                      password = owner->getAuthenticationPassword();
         qInfo().noquote() << QString("attempting to send: %1 and %2").arg(user, password);
         c->useCredential(user, password);
         return;

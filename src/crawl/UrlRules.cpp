@@ -9,7 +9,8 @@ QString completeStartUrl(const QString& text) {
         return "http://" + text;
     if (text.contains("://"))
         return text;
-    if (text.size() > 8 && (text.startsWith("/Volum") || text.startsWith("/Users") || text.startsWith("/Library"))) {
+    if (text.size() > 8 &&
+        (text.startsWith("/Volum") || text.startsWith("/Users") || text.startsWith("/Library"))) {
         QString path = text;
         path.replace("&amp;", "&").replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"");
         path.replace("&apos;", "'");
@@ -44,7 +45,9 @@ bool isMailtoEtc(const QString& link) {
     return false;
 }
 
-bool containsColon(const QString& text) { return text.contains(':'); }
+bool containsColon(const QString& text) {
+    return text.contains(':');
+}
 
 bool stringContainsOneOfTheseTerms(const QString& text, const QStringList* terms) {
     if (!terms)

@@ -91,7 +91,8 @@ struct myNSURLConnection::Transfer {
     bool trustServer = false;
     int authFailures = 0;
 
-    Transfer(myNSURLConnection* o, ConnectionDelegate* d, const UrlRequest& r) : owner(o), delegate(d), request(r) {}
+    Transfer(myNSURLConnection* o, ConnectionDelegate* d, const UrlRequest& r)
+        : owner(o), delegate(d), request(r) {}
     ~Transfer();
 
     void start();
@@ -188,7 +189,8 @@ class CurlDriver : public QObject {
         auto setUp = [&](QSocketNotifier*& notifier, QSocketNotifier::Type type, bool wanted, int event) {
             if (wanted && !notifier) {
                 notifier = new QSocketNotifier(socket, type);
-                connect(notifier, &QSocketNotifier::activated, this, [this, socket, event] { action(socket, event); });
+                connect(notifier, &QSocketNotifier::activated, this,
+                        [this, socket, event] { action(socket, event); });
             }
             if (notifier)
                 notifier->setEnabled(wanted);
@@ -201,7 +203,8 @@ class CurlDriver : public QObject {
             watches.erase(socket);
             return;
         }
-        setUp(watch.read, QSocketNotifier::Read, what == CURL_POLL_IN || what == CURL_POLL_INOUT, CURL_CSELECT_IN);
+        setUp(watch.read, QSocketNotifier::Read, what == CURL_POLL_IN || what == CURL_POLL_INOUT,
+              CURL_CSELECT_IN);
         setUp(watch.write, QSocketNotifier::Write, what == CURL_POLL_OUT || what == CURL_POLL_INOUT,
               CURL_CSELECT_OUT);
     }
@@ -248,7 +251,8 @@ myNSURLConnection::Transfer::~Transfer() {
 }
 
 void myNSURLConnection::Transfer::start() {
-    std::optional<UrlRequest> first = delegate->connectionWillSendRequestRedirectResponse(owner, request, nullptr);
+    std::optional<UrlRequest> first =
+        delegate->connectionWillSendRequestRedirectResponse(owner, request, nullptr);
     if (!first) {
         cancelled = true;
         return;
@@ -369,7 +373,8 @@ size_t myNSURLConnection::Transfer::onHeader(char* buffer, size_t size, size_t c
     } else if (line.isEmpty()) {
         if (t->statusCode >= 200 || t->statusCode == 0) {
             t->headersComplete = true;
-            const bool redirect = t->statusCode >= 300 && t->statusCode < 400 && hasHeader(t->headers, "Location");
+            const bool redirect =
+                t->statusCode >= 300 && t->statusCode < 400 && hasHeader(t->headers, "Location");
             const bool challenge = t->statusCode == 401 && hasHeader(t->headers, "WWW-Authenticate");
             t->heldBack = redirect || challenge;
             if (!t->heldBack)
@@ -434,7 +439,8 @@ void myNSURLConnection::Transfer::deliver() {
 
 void myNSURLConnection::Transfer::finishDelivery() {
     if (result == CURLE_PEER_FAILED_VERIFICATION && !trustServer &&
-        delegate->connectionCanAuthenticateAgainstProtectionSpace(owner, NSURLAuthenticationMethodServerTrust)) {
+        delegate->connectionCanAuthenticateAgainstProtectionSpace(owner,
+                                                                  NSURLAuthenticationMethodServerTrust)) {
         handleChallenge({NSURLAuthenticationMethodServerTrust, request.url.host(), 0}, true);
         return;
     }
@@ -443,8 +449,9 @@ void myNSURLConnection::Transfer::finishDelivery() {
         return;
     }
     if (heldBack && statusCode == 401) {
-        handleChallenge({methodOfChallenge(headerValue(headers, "WWW-Authenticate")), request.url.host(), authFailures},
-                        false);
+        handleChallenge(
+            {methodOfChallenge(headerValue(headers, "WWW-Authenticate")), request.url.host(), authFailures},
+            false);
         return;
     }
     if (heldBack) {
@@ -477,7 +484,8 @@ void myNSURLConnection::Transfer::handleRedirect() {
                    field.first.compare("Content-Type", Qt::CaseInsensitive) == 0;
         });
     }
-    std::optional<UrlRequest> chosen = delegate->connectionWillSendRequestRedirectResponse(owner, next, &response);
+    std::optional<UrlRequest> chosen =
+        delegate->connectionWillSendRequestRedirectResponse(owner, next, &response);
     if (!*token || cancelled)
         return;
     if (!chosen || chosen->url.isEmpty()) {
@@ -488,7 +496,8 @@ void myNSURLConnection::Transfer::handleRedirect() {
     restart();
 }
 
-void myNSURLConnection::Transfer::handleChallenge(const AuthenticationChallenge& challenge, bool serverTrust) {
+void myNSURLConnection::Transfer::handleChallenge(const AuthenticationChallenge& challenge,
+                                                  bool serverTrust) {
     std::shared_ptr<bool> token = alive;
     answer = Answer::None;
     delegate->connectionDidReceiveAuthenticationChallenge(owner, challenge);
@@ -540,9 +549,13 @@ myNSURLConnection::myNSURLConnection(const UrlRequest& request, ConnectionDelega
 
 myNSURLConnection::~myNSURLConnection() = default;
 
-void myNSURLConnection::cancel() { transfer->detach(); }
+void myNSURLConnection::cancel() {
+    transfer->detach();
+}
 
-bool myNSURLConnection::isCancelled() const { return transfer->cancelled; }
+bool myNSURLConnection::isCancelled() const {
+    return transfer->cancelled;
+}
 
 void myNSURLConnection::useCredential(const QString& user, const QString& password) {
     transfer->answer = Transfer::Answer::Credential;
@@ -550,8 +563,14 @@ void myNSURLConnection::useCredential(const QString& user, const QString& passwo
     transfer->password = password;
 }
 
-void myNSURLConnection::useServerTrust() { transfer->answer = Transfer::Answer::Trust; }
+void myNSURLConnection::useServerTrust() {
+    transfer->answer = Transfer::Answer::Trust;
+}
 
-void myNSURLConnection::continueWithoutCredential() { transfer->answer = Transfer::Answer::Without; }
+void myNSURLConnection::continueWithoutCredential() {
+    transfer->answer = Transfer::Answer::Without;
+}
 
-void myNSURLConnection::cancelAuthenticationChallenge() { transfer->answer = Transfer::Answer::Cancel; }
+void myNSURLConnection::cancelAuthenticationChallenge() {
+    transfer->answer = Transfer::Answer::Cancel;
+}

@@ -27,7 +27,8 @@ class ConnectionDelegate {
     }
     // Answer through the connection: useCredential, useServerTrust, continueWithoutCredential
     // or cancelAuthenticationChallenge. The last answer given counts.
-    virtual void connectionDidReceiveAuthenticationChallenge(myNSURLConnection*, const AuthenticationChallenge&) {}
+    virtual void connectionDidReceiveAuthenticationChallenge(myNSURLConnection*,
+                                                             const AuthenticationChallenge&) {}
 };
 
 // An asynchronous transfer driven by libcurl's multi interface on the Qt event loop. Redirects
@@ -35,7 +36,12 @@ class ConnectionDelegate {
 // read from disk but reach the delegate through the same callbacks.
 class myNSURLConnection {
   public:
-    enum { crawlIdentifier = 16, highlightIdentifier = 17, validatorIdentifier = 18, fullDownloadIdentifier = 20 };
+    enum {
+        crawlIdentifier = 16,
+        highlightIdentifier = 17,
+        validatorIdentifier = 18,
+        fullDownloadIdentifier = 20
+    };
 
     // Starts at once; the delegate hears of it from the next pass of the event loop on.
     myNSURLConnection(const UrlRequest& request, ConnectionDelegate* delegate, int identifier);

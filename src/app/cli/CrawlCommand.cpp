@@ -1,9 +1,144 @@
+#include "app/TerminalUserInterface.h"
 #include "app/cli/Commands.h"
+#include "config/KestConfigManager.h"
+#include "config/Preferences.h"
+#include "crawl/LinkCheckerHub.h"
+#include "views/RecordJson.h"
 
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QUrl>
 #include <cstdio>
 
-// Placeholder until the command lands.
-int runCrawlCommand(const QStringList&) {
-    std::fputs("trellium crawl: not available yet\n", stderr);
-    return 2;
+namespace {
+
+struct CrawlOptions {
+    QString start;
+    QString jsonPath;
+};
+
+// Reads the flags into the site's working copy; on bad input prints why and returns false.
+bool readOptions(const QStringList& args, KestConfigManager& config, Preferences& preferences,
+                 CrawlOptions& out) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Checks a site from its starting URL, or a local folder or file, and "
+                                     "reports every link it meets.");
+    parser.addHelpOption();
+    parser.addPositionalArgument("start", "URL or local path to start from");
+    parser.addOptions({
+        {"threads", "Most requests in flight at one time (default 12).", "N"},
+        {"timeout", "Seconds of silence after which a request fails (default 30).", "S"},
+        {"delay", "Seconds to wait before each request (default 0).", "S"},
+        {"user-agent", "User-Agent header to send.", "TEXT"},
+        {"header", "Extra request header 'Name: value' (up to three).", "HEADER"},
+        {"json", "Write one JSON object per record to FILE ('-' for standard output).", "FILE"},
+    });
+    QStringList argv = args;
+    argv.prepend("trellium crawl");
+    if (!parser.parse(argv)) {
+        std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(parser.errorText()));
+        return false;
+    }
+    if (parser.isSet("help")) {
+        std::fputs(qPrintable(parser.helpText()), stdout);
+        std::exit(0);
+    }
+    const QStringList positional = parser.positionalArguments();
+    if (positional.size() != 1 || positional[0].trimmed().isEmpty()) {
+        std::fputs("trellium crawl: give one starting URL or path (see --help)\n", stderr);
+        return false;
+    }
+    out.start = positional[0];
+    // Anything that names a path is crawled as local files; a path that does not exist then
+    // fails to open with a clear message instead of being taken for a host name.
+    const bool looksLikePath =
+        out.start.startsWith('/') || out.start.startsWith('.') || out.start.startsWith('~');
+    if (!out.start.contains("://") && (looksLikePath || QFileInfo::exists(out.start)))
+        out.start = QUrl::fromLocalFile(QFileInfo(out.start).absoluteFilePath()).toString();
+    config.setValueForKey("url", out.start);
+
+    auto number = [&](const char* option, const char* key, double minimum) {
+        if (!parser.isSet(option))
+            return true;
+        bool ok = false;
+        const double value = parser.value(option).toDouble(&ok);
+        if (!ok || value < minimum) {
+            std::fprintf(stderr, "trellium crawl: --%s takes a number of at least %g\n", option, minimum);
+            return false;
+        }
+        config.setValueForKey(key, parser.value(option));
+        return true;
+    };
+    if (!number("threads", "numberOfThreads", 0) || !number("timeout", "timeOut", 0.001) ||
+        !number("delay", "delay", 0))
+        return false;
+    if (parser.isSet("user-agent"))
+        preferences.setValue("userAgentString", parser.value("user-agent"));
+    const QStringList headers = parser.values("header");
+    if (headers.size() > 3) {
+        std::fputs("trellium crawl: at most three --header options\n", stderr);
+        return false;
+    }
+    for (int i = 0; i < headers.size(); ++i) {
+        const qsizetype colon = headers[i].indexOf(':');
+        if (colon <= 0) {
+            std::fprintf(stderr, "trellium crawl: --header takes 'Name: value', not '%s'\n",
+                         qPrintable(headers[i]));
+            return false;
+        }
+        config.setValueForKey(QString("customHeaderKey%1").arg(i + 1), headers[i].left(colon).trimmed());
+        config.setValueForKey(QString("customHeaderValue%1").arg(i + 1), headers[i].mid(colon + 1).trimmed());
+    }
+    out.jsonPath = parser.value("json");
+    return true;
+}
+
+bool writeJsonLines(const LinkCheckerHub& hub, const QString& path) {
+    QFile file;
+    const bool toStdout = path == "-";
+    if (toStdout ? !file.open(stdout, QIODevice::WriteOnly)
+                 : (file.setFileName(path), !file.open(QIODevice::WriteOnly))) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(path),
+                     qPrintable(file.errorString()));
+        return false;
+    }
+    for (qsizetype i = 0; i < hub.count(); ++i) {
+        file.write(QJsonDocument(recordToJson(*hub.getnthofAllItems(i))).toJson(QJsonDocument::Compact));
+        file.write("\n");
+    }
+    return true;
+}
+
+} // namespace
+
+int runCrawlCommand(const QStringList& args) {
+    KestConfigManager config;
+    config.setDefaults();
+    Preferences preferences;
+    CrawlOptions options;
+    if (!readOptions(args, config, preferences, options))
+        return 2;
+
+    TerminalUserInterface ui;
+    LinkCheckerHub hub(config, preferences, ui);
+    bool finished = false;
+    ui.onResults = [&](int) {
+        finished = true;
+        QCoreApplication::quit();
+    };
+    hub.setActionWhenFinished(1);
+    hub.go("Go");
+    if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle)
+        return 2;
+    if (!finished)
+        QCoreApplication::exec();
+
+    if (!options.jsonPath.isEmpty() && !writeJsonLines(hub, options.jsonPath))
+        return 2;
+    // The closing status line goes where it does not mix with records written to standard output.
+    std::fprintf(options.jsonPath == "-" ? stderr : stdout, "%s\n", qPrintable(config.getStatus()));
+    return hub.countBadCollection() > 0 ? 1 : 0;
 }

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/UserInterface.h"
+
+#include <QElapsedTimer>
+#include <functional>
+
+// The command line's face: alerts and progress go to standard error, questions take their
+// default answer, since nobody may be there to answer them.
+class TerminalUserInterface : public UserInterface {
+  public:
+    TerminalUserInterface();
+
+    int alert(const QString& title, const QString& text, const QStringList& buttons = {"OK"}) override;
+    QString chooseSaveFile(const QString& title, const QString& suggestedName) override;
+    QString chooseOpenFile(const QString& title) override;
+    void progress(qint64 done, qint64 total, const QString& line) override;
+    void crawlDidntGetOffGround() override { didntGetOffGround = true; }
+    void showResults(int action) override;
+
+    // Called when a job has ended and its results are ready.
+    std::function<void(int)> onResults;
+    bool crawlDidntStart() const { return didntGetOffGround; }
+    // Ends the progress line so that what follows starts on a fresh one.
+    void finishProgressLine();
+
+  private:
+    bool interactive;
+    bool lineOpen = false;
+    bool didntGetOffGround = false;
+    QElapsedTimer sinceLastLine;
+    QString lastLine;
+};

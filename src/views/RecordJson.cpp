@@ -1,0 +1,33 @@
+#include "views/RecordJson.h"
+
+#include <QJsonArray>
+
+QJsonObject recordToJson(const LinkCheckerUrl& record) {
+    QJsonArray onPages;
+    const QStringList& urls = record.getOnPageUrlArray();
+    for (qsizetype i = 0; i < urls.size(); ++i) {
+        onPages.append(QJsonObject{{"url", urls[i]},
+                                   {"title", record.getOnPageNameArray().value(i)},
+                                   {"linkText", record.getOnPageLinkTextArray().value(i)},
+                                   {"nofollow", record.getNofollowArray().value(i)}});
+    }
+    return QJsonObject{{"url", record.getLinkUrl()},
+                       {"actualUrl", record.getActualLinkUrl()},
+                       {"redir", record.getRedir()},
+                       {"status", record.getStatus()},
+                       {"colour", record.getColour()},
+                       {"good", record.isGoodLink()},
+                       {"exempt", record.isExempt()},
+                       {"bad", record.isInBadCollection()},
+                       {"internal", record.isInternal()},
+                       {"image", record.getIsImage()},
+                       {"html", record.getIsHTML()},
+                       {"distance", record.getDistanceFromHome()},
+                       {"linkText", record.getLinkText()},
+                       {"title", record.getLinkPageTitle()},
+                       {"fileSize", record.getFileSizeInBytes()},
+                       {"responseTime", record.getResponseTime()},
+                       {"redirects", record.getNumberOfRedirects()},
+                       {"timestamp", record.getTimestamp()},
+                       {"onPages", onPages}};
+}
