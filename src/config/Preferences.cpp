@@ -2,22 +2,299 @@
 
 #include "config/KestConfigManager.h"
 
-Preferences::Preferences() {
-    values.insert("linkslimit", 200000);
-    values.insert("levelslimit", 100);
-    values.insert("soft404Terms", QStringLiteral("page not found\nnot found\n404 error\nno longer available"));
-    values.insert("userAgentString", QStringLiteral("Trellium/5"));
-    values.insert("KestreliaShowPageTitle", 0);
-    values.insert("showHideGoodLinksCheckBox", false);
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStringList>
+
+namespace {
+
+// How each preference is kept in the store.
+enum class Form { Bool, YesNo, Index, Text, Number, Float, List };
+
+struct Key {
+    const char* name;
+    Form form;
+};
+
+// The keys in the order they are read at start-up. The colours, view columns and limits
+// follow, each in its own step.
+const Key orderedKeys[] = {
+    {"KestreliaShowPageTitle", Form::Index},
+    {"displayTrelliumResults", Form::Index},
+    {"htmlExportOptions", Form::Index},
+    {"sitemapOptions", Form::Index},
+    {"includelastmodinsitemap", Form::Bool},
+    {"dontHighlight", Form::YesNo},
+    {"LorraneDisplayLabels", Form::Bool},
+    {"userAgentString", Form::Text},
+    {"ignoreSubdomain", Form::YesNo},
+    {"trimWhitespace", Form::YesNo},
+    {"flagBlacklisted", Form::Bool},
+    {"soft404Button", Form::Bool},
+    {"soft404Terms", Form::Text},
+    {"removeWhenSpellingReviewedButton", Form::Bool},
+    {"dockProgCheckbox", Form::Bool},
+    {"ValidationEnabled", Form::Bool},
+    {"validateAll", Form::Bool},
+    {"SitemapEnabled", Form::Bool},
+    {"checkRobots", Form::Bool},
+    {"checkRobotstxt", Form::Bool},
+    {"dontShowTip", Form::Bool},
+    {"validationURL", Form::Text},
+    {"validationdelay", Form::Text},
+    {"validationtimeout", Form::Text},
+    {"SEOCountKeywordsInContent", Form::Bool},
+    {"SEOtoomanylinks", Form::Text},
+    {"SEOmetadescriptionmin", Form::Text},
+    {"SEOmetadescriptionmax", Form::Text},
+    {"monitorAlertWithAlert", Form::Bool},
+    {"monitorAlertWithEmail", Form::Bool},
+    {"monitorAlertWithLogFile", Form::Bool},
+    {"monitorAlertEmailAddress", Form::Text},
+    {"monitorAlertLogFileDirectory", Form::Text},
+    {"iconView", Form::Bool},
+    {"ShowThumbsInSites", Form::Text},
+    {"newUISelectedFilename", Form::Text},
+    {"autosave", Form::Bool},
+    {"CustomReportHTMLHeader", Form::Text},
+    {"CustomReportHTMLStyles", Form::Text},
+    {"delay", Form::Text},
+    {"timeout", Form::Text},
+    {"useragent", Form::Text},
+    {"KestreliaSitemapOnly", Form::Bool},
+    {"KestreliaDrawerOpen", Form::Bool},
+    {"monitor", Form::List},
+};
+
+const char* colourClasses[] = {"2xx", "3xx", "4xx", "5xx"};
+const char* colourComponents[] = {"R", "G", "B", "A"};
+
+const char* columnKeys[] = {
+    "LorraneByLinkViewColsStatus",     "LorraneByLinkViewColsLinkurl",   "LorraneByLinkViewColsRedir",
+    "LorraneByLinkViewColsLinkText",   "LorraneByLinkViewColsOnPage",    "LorraneByLinkViewColsTimeStamp",
+    "LorraneByLinkViewColsDistance",   "LorraneByLinkViewColsNofollow",  "LorraneFlatViewColsStatus",
+    "LorraneFlatViewColsLinkurl",      "LorraneFlatViewColsRedir",       "LorraneFlatViewColsLinkText",
+    "LorraneFlatViewColsOnPage",       "LorraneFlatViewColsTimeStamp",   "LorraneFlatViewColsDistance",
+    "LorraneFlatViewColsNofollow",     "TrelliumSEOViewColsCanonical",   "TrelliumSEOViewColsResponseTime",
+    "TrelliumSEOViewColsImageCount",   "TrelliumSEOViewColsImageWeight", "TrelliumSEOViewColsLinkCount",
+    "TrelliumSEOViewColsWordCount",    "TrelliumSEOViewColsContent",     "TrelliumSEOViewColsBacklinks",
+    "TrelliumSEOViewColsLastModified", "TrelliumSEOViewColsRobots"};
+
+// Read only, or written elsewhere: never part of the write at quit.
+const QStringList notWrittenAtQuit = {"autosave", "newUISelectedFilename"};
+
+// A stored value in the form the program works with. The store may have lost the type (an
+// INI file keeps text), so each form is read back by its own rule; a value of the wrong
+// type reads as zero, false or empty.
+QVariant fromStored(const QVariant& raw, Form form) {
+    switch (form) {
+    case Form::Bool:
+        return KestConfigManager::boolValue(raw);
+    case Form::YesNo:
+    case Form::Text:
+        return raw.toString();
+    case Form::Index:
+    case Form::Number:
+        return KestConfigManager::intValue(raw);
+    case Form::Float:
+        return raw.toFloat();
+    case Form::List:
+        return raw.toList();
+    }
+    return raw;
 }
 
-QVariant Preferences::value(const QString& key) const { return values.value(key); }
+QVariant toStored(const QVariant& value, Form form) {
+    switch (form) {
+    case Form::Bool:
+        return KestConfigManager::boolValue(value);
+    case Form::YesNo:
+        return value.typeId() == QMetaType::Bool ? QString(value.toBool() ? "YES" : "NO") : value.toString();
+    case Form::Index:
+        return QString::number(KestConfigManager::intValue(value));
+    case Form::Number:
+        return qint64(value.toString().toDouble());
+    case Form::Float:
+        return value.toFloat();
+    case Form::Text:
+        return value.toString();
+    case Form::List:
+        return value.toList();
+    }
+    return value;
+}
 
-bool Preferences::boolValue(const QString& key) const { return KestConfigManager::boolValue(value(key)); }
+QSettings* openStore() {
+    return new QSettings(Preferences::storeFilePath(), QSettings::NativeFormat);
+}
 
-void Preferences::setValue(const QString& key, const QVariant& v) { values.insert(key, v); }
+bool isOwnAgent(const QString& agent) {
+    return agent.size() > 9 && (agent.startsWith("trellium/") || agent.startsWith("Trellium/"));
+}
+
+} // namespace
+
+QString Preferences::defaultReportStyles() {
+    return "<style>\ntable{\n\tpadding:2px;\n\tmargin:2px;border:none;\n\tfont-family:monospace;text-align:"
+           "left;\n}\n"
+           "th{\n\tbackground:#eee;\n}\ntd{\n\theight:1em;\n\twhite-space:nowrap;\n\toverflow:hidden;\n}\n"
+           "td.alt{\n\tbackground:#f0f0ff;\n} \np{\n\tfont-family:arial,sans-serif;\n}\n</style>\n\n";
+}
+
+Preferences::Preferences() {
+    // The initial values of the preferences form.
+    values.insert("KestreliaShowPageTitle", 0);
+    values.insert("displayTrelliumResults", 0);
+    values.insert("htmlExportOptions", 0);
+    values.insert("sitemapOptions", 0);
+    values.insert("includelastmodinsitemap", false);
+    values.insert("dontHighlight", QStringLiteral("NO"));
+    values.insert("LorraneDisplayLabels", true);
+    const float colours[4][4] = {{0.85f, 1.0f, 0.85f, 1.0f},
+                                 {1.0f, 1.0f, 0.8f, 1.0f},
+                                 {1.0f, 0.82f, 0.82f, 1.0f},
+                                 {1.0f, 0.88f, 0.75f, 1.0f}};
+    for (int c = 0; c < 4; ++c) {
+        for (int k = 0; k < 4; ++k)
+            values.insert(QString("Lorrane%1Colour%2").arg(colourClasses[c], colourComponents[k]),
+                          colours[c][k]);
+    }
+    values.insert("userAgentString", QString(defaultUserAgent));
+    values.insert("ignoreSubdomain", QStringLiteral("NO"));
+    values.insert("trimWhitespace", QStringLiteral("YES"));
+    values.insert("flagBlacklisted", false);
+    values.insert("soft404Button", false);
+    values.insert("soft404Terms", QStringLiteral("page not found\nnot found\n404 error\nno longer available\n"
+                                                 "page does not exist\ncould not be found"));
+    values.insert("removeWhenSpellingReviewedButton", true);
+    values.insert("dockProgCheckbox", true);
+    values.insert("ValidationEnabled", false);
+    values.insert("validateAll", false);
+    values.insert("SitemapEnabled", false);
+    values.insert("checkRobots", true);
+    values.insert("checkRobotstxt", true);
+    values.insert("dontShowTip", false);
+    values.insert("validationURL", QStringLiteral("https://validator.w3.org/check"));
+    values.insert("validationdelay", QStringLiteral("1"));
+    values.insert("validationtimeout", QStringLiteral("30"));
+    values.insert("SEOCountKeywordsInContent", false);
+    values.insert("SEOtoomanylinks", QStringLiteral("100"));
+    values.insert("SEOmetadescriptionmin", QStringLiteral("70"));
+    values.insert("SEOmetadescriptionmax", QStringLiteral("160"));
+    values.insert("monitorAlertWithAlert", true);
+    values.insert("monitorAlertWithEmail", false);
+    values.insert("monitorAlertWithLogFile", false);
+    values.insert("linkslimit", 200000);
+    values.insert("levelslimit", 100);
+    values.insert("iconView", false);
+    for (const char* key : columnKeys)
+        values.insert(key, false);
+}
+
+QString Preferences::storeFilePath() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           "/Trellium/Trellium5.conf";
+}
+
+void Preferences::registerDefaults() {
+    registered.insert("CustomReportHTMLHeader", QStringLiteral("<h1>Generated by Trellium</h1>"));
+    registered.insert("CustomReportHTMLStyles", defaultReportStyles());
+    registered.insert("ShowThumbsInSites", QStringLiteral("1"));
+}
+
+void Preferences::load() {
+    registerDefaults();
+    std::unique_ptr<QSettings> store(openStore());
+    store->sync();
+    for (const Key& key : orderedKeys) {
+        if (!store->contains(key.name))
+            continue;
+        const QVariant stored = fromStored(store->value(key.name), key.form);
+        // An agent of our own kind is an old version's: the current one stands.
+        if (QLatin1String(key.name) == QLatin1String("userAgentString") && isOwnAgent(stored.toString()))
+            continue;
+        values.insert(key.name, stored);
+    }
+    // A colour is taken only when its red is stored, and then all four parts together.
+    for (const char* colourClass : colourClasses) {
+        const QString prefix = QString("Lorrane%1Colour").arg(colourClass);
+        if (!store->contains(prefix + "R"))
+            continue;
+        for (const char* component : colourComponents)
+            values.insert(prefix + component, store->value(prefix + component).toFloat());
+    }
+    for (const char* key : columnKeys) {
+        if (store->contains(key))
+            values.insert(key, KestConfigManager::boolValue(store->value(key)));
+    }
+    for (const char* key : {"linkslimit", "levelslimit"}) {
+        if (store->contains(key))
+            values.insert(key, fromStored(store->value(key), Form::Number));
+    }
+}
+
+void Preferences::save() const {
+    std::unique_ptr<QSettings> store(openStore());
+    QStringList written;
+    auto write = [&](const QString& key, Form form) {
+        written.append(key);
+        if (values.contains(key) && !notWrittenAtQuit.contains(key))
+            store->setValue(key, toStored(values.value(key), form));
+    };
+    for (const Key& key : orderedKeys)
+        write(key.name, key.form);
+    for (const char* colourClass : colourClasses) {
+        for (const char* component : colourComponents)
+            write(QString("Lorrane%1Colour%2").arg(colourClass, component), Form::Float);
+    }
+    for (const char* key : columnKeys)
+        write(key, Form::Bool);
+    write("linkslimit", Form::Number);
+    write("levelslimit", Form::Number);
+    // Preferences other parts keep under keys of their own go back as they are.
+    for (auto it = values.begin(); it != values.end(); ++it) {
+        if (!written.contains(it.key()))
+            store->setValue(it.key(), it.value());
+    }
+    store->sync();
+}
+
+void Preferences::takeFromSite(const KestConfigManager& site) {
+    values.insert("delay", site.stringForKey("delay"));
+    values.insert("timeout", site.stringForKey("timeOut"));
+    values.insert("KestreliaSitemapOnly", site.flagForKey("KestreliaSitemapOnly"));
+}
+
+QVariant Preferences::value(const QString& key) const {
+    return values.contains(key) ? values.value(key) : registered.value(key);
+}
+
+int Preferences::intValue(const QString& key) const {
+    return KestConfigManager::intValue(value(key));
+}
+
+bool Preferences::boolValue(const QString& key) const {
+    return KestConfigManager::boolValue(value(key));
+}
+
+void Preferences::setValue(const QString& key, const QVariant& v) {
+    values.insert(key, v);
+}
+
+void Preferences::setValueAndStore(const QString& key, const QVariant& v) {
+    values.insert(key, v);
+    std::unique_ptr<QSettings> store(openStore());
+    store->setValue(key, v);
+    store->sync();
+}
+
+void Preferences::remove(const QString& key) {
+    values.remove(key);
+    std::unique_ptr<QSettings> store(openStore());
+    store->remove(key);
+}
 
 QString Preferences::userAgentString() const {
     const QString agent = stringValue("userAgentString");
-    return agent.isEmpty() ? QStringLiteral("Trellium/5") : agent;
+    return agent.isEmpty() ? QString(defaultUserAgent) : agent;
 }
