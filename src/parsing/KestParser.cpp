@@ -1,0 +1,472 @@
+#include "parsing/KestParser.h"
+
+#include "parsing/ParserLog.h"
+#include "parsing/TextEncodings.h"
+#include "platform/SyncFetch.h"
+
+#include <QDir>
+#include <QFile>
+
+Q_LOGGING_CATEGORY(lcParser, "trellium.parser", QtInfoMsg)
+
+namespace {
+
+signed char asciiLower(signed char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<signed char>(c + 32) : c;
+}
+
+bool isSeparator(signed char c) {
+    return c == ' ' || c == '\r' || c == '\n' || c == '\t';
+}
+
+// The bytes one fetch of the page as text would have been read in: the charset the server
+// names, else UTF-8 when the bytes are valid UTF-8, else unknown.
+quint64 encodingOfFetchedText(const SyncFetchResult& fetched) {
+    const QString type = fetched.contentType;
+    const qsizetype at = type.indexOf(QLatin1String("charset="), 0, Qt::CaseInsensitive);
+    if (at >= 0) {
+        QString name = type.mid(at + 8).section(QLatin1Char(';'), 0, 0).trimmed();
+        name.remove(QLatin1Char('"'));
+        if (quint64 id = TextEncoding::encodingForStandardName(name))
+            return id;
+    }
+    if (TextEncoding::isValidUtf8(fetched.body.constData(), fetched.body.size()))
+        return TextEncoding::UTF8;
+    return TextEncoding::Unknown;
+}
+
+QString pathExtension(const QString& url) {
+    const QString last = url.section(QLatin1Char('/'), -1);
+    const qsizetype dot = last.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? QString() : last.mid(dot + 1);
+}
+
+} // namespace
+
+KestParser::KestParser() = default;
+
+void KestParser::setData(const QByteArray& bytesIn) {
+    data = bytesIn;
+    bytes = data.constData();
+    l = static_cast<quint64>(data.size());
+}
+
+void KestParser::setXMLMode() {
+    xmlmode = true;
+    qCInfo(lcParser) << "setting xml mode";
+}
+
+std::unique_ptr<KestParser>
+KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
+    const QByteArray& pageData, const QString&, bool withSEO, bool cachePageToo, bool checkNoIndex,
+    bool checkNofollow, quint64 encoding) {
+    auto parser = std::make_unique<KestParser>();
+    KestParser& p = *parser;
+
+    p.useEncoding = encoding;
+    if (encoding == 0)
+        qCInfo(lcParser) << "parser initiated with nil text encoding";
+    // The page's own declaration beats the encoding the crawl detected.
+    if (quint64 declared = encodingForCharset(extractCharsetFromHTML(pageData)))
+        p.useEncoding = declared;
+
+    p.textContent.clear();
+    p.seoOn = false;
+    p.endHead = 0;
+    p.wordCount = 0;
+    p.characterCount = 0;
+    p.insideWord = false;
+    p.isScriptOrComment = false;
+    p.plaintextmode = false;
+    p.xmlmode = false;
+    p.insideBrackets = true;
+    p.followNofollow = checkNofollow;
+
+    if (pageData.isNull()) {
+        qCInfo(lcParser) << "data is invalid";
+        return nullptr;
+    }
+    p.setData(pageData);
+
+    // Each pass leaves the cursor and the word bookkeeping as the next one finds it, so the
+    // order of these passes is part of the result.
+    p.metatitle = p.findTitle();
+    p.reset();
+
+    const std::optional<QString> base = p.findBaseHref();
+    if (base && !base->isEmpty()) {
+        const QUrl url(*base, QUrl::StrictMode);
+        if (url.isValid())
+            p.codebase = url;
+    }
+    p.reset();
+
+    if (withSEO) {
+        p.metadescription = QString();
+        p.keywords = QString();
+        p.canonical = QString();
+        p.findKeywordsAndDescription();
+        p.headings = p.findHeadings();
+        p.reset();
+    }
+
+    if (checkNoIndex) {
+        p.shouldBeIndexed = !p.headContainsNoIndex();
+        p.reset();
+    } else {
+        p.shouldBeIndexed = true;
+    }
+
+    if (checkNofollow) {
+        p.headContainsNofollow = p.headContainsNoFollow();
+        p.reset();
+    } else {
+        p.headContainsNofollow = false;
+    }
+
+    if (cachePageToo)
+        p.cachePage();
+    p.seoOn = withSEO;
+    return parser;
+}
+
+std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QString& urlString,
+                                                                       const QString& userAgent) {
+    static const QStringList notPages = {"DOC", "MOV", "WAV", "MP3", "ZIP", "MPG", "MP4", "PDF"};
+    if (notPages.contains(pathExtension(urlString).toUpper()))
+        return nullptr;
+    const QUrl url(urlString, QUrl::StrictMode);
+    if (!url.isValid() || url.scheme().isEmpty()) {
+        qCInfo(lcParser) << "url is badly formed";
+        return nullptr;
+    }
+
+    auto parser = std::make_unique<KestParser>();
+    KestParser& p = *parser;
+    p.plaintextmode = false;
+    p.headContainsNofollow = false;
+
+    // The first fetch only learns the encoding the text would be read in.
+    p.useEncoding = encodingOfFetchedText(fetchSynchronously(urlString, userAgent, 60));
+    if (p.useEncoding == 0)
+        p.useEncoding = TextEncoding::UTF8;
+
+    const SyncFetchResult page = fetchSynchronously(urlString, userAgent, 60);
+    if (!page.error.isEmpty() && page.body.isEmpty())
+        return nullptr;
+    p.setData(page.body.isNull() ? QByteArray("") : page.body);
+    if (page.contentType.isEmpty()) {
+        qCInfo(lcParser).noquote() << QStringLiteral("can't establish content type for %1").arg(urlString);
+        return nullptr;
+    }
+    if (!page.contentType.contains(QLatin1String("html")))
+        return nullptr;
+    p.initialStatus = static_cast<qint32>(page.status);
+
+    p.metatitle = p.findTitle();
+    p.reset();
+
+    QString base = p.findBaseHref().value_or(QString());
+    if (base.isEmpty()) {
+        QString local = urlString;
+        if (local.size() > 1 && !local.endsWith(QLatin1Char('/')) &&
+            !local.section(QLatin1Char('/'), -1).contains(QLatin1Char('.')))
+            local += QLatin1Char('/');
+        base = page.finalUrl.isEmpty() ? local : page.finalUrl;
+    }
+    p.codebase = QUrl(base, QUrl::StrictMode);
+    p.reset();
+    return parser;
+}
+
+std::unique_ptr<KestParser> KestParser::initWithFilePath(const QString& path) {
+    auto parser = std::make_unique<KestParser>();
+    QString expanded = path;
+    if (expanded.startsWith(QLatin1Char('~')))
+        expanded.replace(0, 1, QDir::homePath());
+    QFile file(expanded);
+    if (file.open(QIODevice::ReadOnly))
+        parser->data = file.readAll();
+    parser->bytes = parser->data.constData();
+    parser->plaintextmode = true;
+    parser->l = 0;
+    parser->indent = 0;
+    return parser;
+}
+
+void KestParser::reset() {
+    // Only the position and the counts: the bracket, word and comment states carry over.
+    counter = 0;
+    wordCount = 0;
+    characterCount = 0;
+}
+
+void KestParser::rewindTo(qint64 position) {
+    counter = static_cast<quint64>(position < 0 ? 0 : position);
+}
+
+bool KestParser::moveIntoNextTag() {
+    for (;;) {
+        if (aBuffer == '<') {
+            if (!getNextByte())
+                return false;
+            if (aBuffer != '!') {
+                lastTagPassed = static_cast<qint32>(counter);
+                return true;
+            }
+            if (!getNextByte())
+                return false;
+            if (aBuffer == '-') {
+                // A comment: one dash opens it, and a run of dashes directly before '>' closes it.
+                isScriptOrComment = true;
+                for (;;) {
+                    if (aBuffer == '-') {
+                        while (aBuffer == '-') {
+                            if (!getNextByte())
+                                return false;
+                        }
+                        if (aBuffer == '>') {
+                            isScriptOrComment = false;
+                            break;
+                        }
+                    }
+                    if (!getNextByte())
+                        return false;
+                }
+            }
+        }
+        if (!getNextByte())
+            return false;
+    }
+}
+
+bool KestParser::skipLeadingSpaces() {
+    while (aBuffer == ' ') {
+        if (!getNextByte())
+            return false;
+    }
+    return true;
+}
+
+bool KestParser::matchName(const char* lowerName) {
+    if (!skipLeadingSpaces())
+        return false;
+    for (; *lowerName; ++lowerName) {
+        if (asciiLower(aBuffer) != *lowerName)
+            return false;
+        if (!getNextByte())
+            return false;
+    }
+    return true;
+}
+
+bool KestParser::isThisAnATag() {
+    if (!matchName("a"))
+        return false;
+    if (isSeparator(aBuffer))
+        return true;
+    // Any name beginning "area" is an anchor too; nothing after it is checked.
+    if (asciiLower(aBuffer) != 'r')
+        return false;
+    if (!getNextByte() || asciiLower(aBuffer) != 'e')
+        return false;
+    if (!getNextByte() || aBuffer == '>')
+        return false;
+    return asciiLower(aBuffer) == 'a';
+}
+
+bool KestParser::isThisABaseTag() {
+    return matchName("base") && isSeparator(aBuffer);
+}
+
+bool KestParser::isThisALinkTag() {
+    return matchName("link") && isSeparator(aBuffer);
+}
+
+bool KestParser::isThisAnImgTag() {
+    return matchName("img") && isSeparator(aBuffer);
+}
+
+bool KestParser::isThisAHeadTag() {
+    return matchName("head") && (isSeparator(aBuffer) || aBuffer == '>');
+}
+
+bool KestParser::isThisAScriptTag() {
+    return matchName("script") && (isSeparator(aBuffer) || aBuffer == '>');
+}
+
+bool KestParser::isThisAFrameTag() {
+    return matchName("frame") && (isSeparator(aBuffer) || aBuffer == '>');
+}
+
+// The byte after the name is read but may be anything.
+bool KestParser::isThisEndScriptTag() {
+    return matchName("/script");
+}
+
+std::optional<KestXmlTag> KestParser::getTag(bool continueTag) {
+    if (!continueTag && !moveIntoNextTag())
+        return std::nullopt;
+    // Quotes are not tracked, and any '/' marks the tag closing, paths in attributes included.
+    ByteBuffer buffer(ByteBuffer::tagCap);
+    bool closing = false;
+    while (aBuffer != '>' && !buffer.full()) {
+        if (aBuffer == '/')
+            closing = true;
+        if (aBuffer != '/' || buffer.size() > 0)
+            buffer.push(aBuffer);
+        if (!getNextByte())
+            return std::nullopt;
+    }
+    if (buffer.size() > 0 && buffer.back() == '/')
+        buffer.pop();
+    std::optional<QString> text = decodeTag(buffer);
+    if (!text)
+        return std::nullopt;
+    KestXmlTag tag;
+    tag.setData(*text);
+    tag.setClosing(closing);
+    return tag;
+}
+
+std::optional<QString> KestParser::decodeTag(const ByteBuffer& buffer) const {
+    const int n = buffer.measured();
+    if (useEncoding != 0) {
+        if (auto text = TextEncoding::decode(buffer.constData(), n, useEncoding))
+            return text;
+    }
+    if (auto text = TextEncoding::decode(buffer.constData(), n, TextEncoding::UTF8)) {
+        qCInfo(lcParser).noquote()
+            << QStringLiteral("getTag tried to convert tag using encoding %1 but failed, utf gives %2")
+                   .arg(static_cast<qint32>(useEncoding))
+                   .arg(*text);
+        return text;
+    }
+    if (auto text = TextEncoding::decode(buffer.constData(), n, TextEncoding::ASCII)) {
+        qCInfo(lcParser).noquote() << QStringLiteral("getTag tried to convert tag using encoding %1 but "
+                                                     "failed, utf8 also failed, ascii gives %2")
+                                          .arg(static_cast<qint32>(useEncoding))
+                                          .arg(*text);
+        return text;
+    }
+    return std::nullopt;
+}
+
+signed char KestParser::valueTerminator() const {
+    if (insideSingleQuotes)
+        return '\'';
+    if (insideQuotes)
+        return '"';
+    return ' ';
+}
+
+bool KestParser::readOnToTagEnd() {
+    while (aBuffer != '>') {
+        if (!getNextByte())
+            return false;
+    }
+    return true;
+}
+
+bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {
+    while (aBuffer != terminator && aBuffer != '>' && !buffer.full()) {
+        if (aBuffer < 0 || aBuffer > 31)
+            buffer.push(aBuffer);
+        if (!getNextByte())
+            return false;
+    }
+    return true;
+}
+
+bool KestParser::copyAltText(ByteBuffer& buffer, bool markEmpty) {
+    if (!digOutAlt())
+        return true;
+    buffer.append(":");
+    const signed char terminator = valueTerminator();
+    if (markEmpty && aBuffer == terminator)
+        buffer.append("no alt text");
+    return copyValue(buffer, terminator);
+}
+
+std::optional<QString> KestParser::decodeByLadder(const ByteBuffer& buffer) const {
+    return TextEncoding::decodeByLadder(buffer.constData(), buffer.measured(), useEncoding);
+}
+
+std::optional<QString> KestParser::finishText(const ByteBuffer& buffer) const {
+    std::optional<QString> text = decodeByLadder(buffer);
+    if (!text)
+        return QString();
+    if (buffer.size() == 1 && text->size() == 1 &&
+        isSeparator(static_cast<signed char>(text->at(0).unicode())))
+        return QString();
+    return unescapeEntities(text->trimmed());
+}
+
+std::optional<QString> KestParser::getData() {
+    if (plaintextmode)
+        return QString();
+    ByteBuffer text(ByteBuffer::textCap);
+    if (lastWasImg) {
+        text.append("[img src]");
+        if (!copyAltText(text, true))
+            return std::nullopt;
+    } else {
+        while (aBuffer != '<' && !text.full()) {
+            if (!getNextByte())
+                return std::nullopt;
+            if (aBuffer != '<')
+                text.push(aBuffer);
+        }
+        if (aBuffer == '<') {
+            lastTagPassed = static_cast<qint32>(counter);
+            if (!getNextByte())
+                return std::nullopt;
+            if (isThisAnImgTag()) {
+                text.append("[linked img]");
+                if (!copyAltText(text, false))
+                    return std::nullopt;
+            }
+            // Back to the '<' so that the next scan finds this tag again.
+            rewindTo(static_cast<qint64>(lastTagPassed) - 1);
+        }
+    }
+    if (text.size() == 0)
+        return QString();
+    return finishText(text);
+}
+
+std::optional<KestDbItem> KestParser::getItem() {
+    bool newParent = false;
+    std::optional<KestXmlTag> tag;
+    while (indent < 4) {
+        tag = getTag(false);
+        if (!tag)
+            return std::nullopt;
+        if (!tag->isClosing()) {
+            ++indent;
+            if (indent == 2)
+                grandParent = tag->getData();
+            if (indent == 3) {
+                parent = tag->getData();
+                newParent = true;
+            }
+        } else {
+            --indent;
+        }
+        if (indent == 0)
+            return std::nullopt;
+    }
+    std::optional<QString> text = getData();
+    if (!text)
+        return std::nullopt;
+    content = *text;
+    KestDbItem item;
+    item.setData(content);
+    item.setName(tag ? tag->getData() : QString());
+    item.setParentName(parent);
+    item.setGrandParentName(grandParent);
+    item.setNewParent(newParent);
+    getTag(true);
+    --indent;
+    return item;
+}

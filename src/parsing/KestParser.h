@@ -1,0 +1,205 @@
+#pragma once
+
+#include "parsing/ByteBuffer.h"
+#include "parsing/KestDbItem.h"
+#include "parsing/KestXmlTag.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUrl>
+#include <QVariantList>
+#include <memory>
+#include <optional>
+
+// The page reader: one forward cursor over the raw bytes of one document, with hand-written
+// recognisers that look at one byte at a time. It builds no tree. Which links exist and what
+// counts as a word are defined by these byte rules, quirks included, so they are kept exactly
+// as they are; an HTML5 tokeniser would give different answers.
+//
+// Every comparison is made on the byte as a signed char: bytes from 0x80 up are negative.
+// An absent result (std::nullopt) means the end of the document to every caller.
+class KestParser {
+  public:
+    // Bare initialisation, as the PDF reader uses it.
+    KestParser();
+
+    // The crawl's constructor. `data` that is null (QByteArray()) is "no data" and yields
+    // nothing; an empty but non-null array is an empty document. The user agent is unused.
+    static std::unique_ptr<KestParser>
+    initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
+        const QByteArray& data, const QString& userAgent, bool withSEO, bool cachePage, bool checkNoIndex,
+        bool checkNofollow, quint64 useEncoding);
+    // Fetches the page itself, twice: once to learn its encoding, once for the bytes. Blocks.
+    static std::unique_ptr<KestParser> initWithUrlWithuserAgentString(const QString& url,
+                                                                      const QString& userAgent);
+    // Plain-text mode over a local file. It leaves the length at 0, so it reads nothing.
+    static std::unique_ptr<KestParser> initWithFilePath(const QString& path);
+
+    // Modes, set by the crawl for the starting URL only.
+    void setPlainTextMode() { plaintextmode = true; }
+    void setXMLMode();
+
+    // Simple reads
+    quint64 getLength() const { return l; }
+    quint64 length() const { return l; }
+    quint64 getFileSize() const { return static_cast<quint64>(data.size()); }
+    int getInitialStatus() const { return initialStatus; }
+    bool getShouldBeIndexed() const { return shouldBeIndexed; }
+    bool getHeadContainsNoFollow() const { return headContainsNofollow; }
+    bool lastLinkWasNofollow() const { return nofollow; }
+    const std::optional<QUrl>& getBaseHref() const { return codebase; }
+    int getWordCount() const { return wordCount; }
+    const QString& getTitle() const { return metatitle; }
+    const QString& getDescription() const { return metadescription; }
+    const QString& getKeywords() const { return keywords; }
+    const QString& getHeadings() const { return headings; }
+    const std::optional<QString>& getCanonical() const { return canonical; }
+    quint64 getUseEncoding() const { return useEncoding; }
+    const QByteArray& getBytes() const { return data; }
+
+    // Cursor primitives
+    bool getNextByte();
+    bool moveIntoNextTag();
+    std::optional<KestXmlTag> getTag(bool continueTag);
+    std::optional<QString> getData();
+    std::optional<KestDbItem> getItem();
+    void reset();
+    void cachePage() {}
+    void curlUpAndDie() {}
+
+    // Recognisers: each skips leading spaces, then consumes the bytes it matches.
+    bool isThisAnATag();
+    bool isThisABaseTag();
+    bool isThisALinkTag();
+    bool isThisAnImgTag();
+    bool isThisAHeadTag();
+    bool isThisAScriptTag();
+    bool isThisAFrameTag();
+    bool isThisEndScriptTag();
+
+    // Link scanners
+    std::optional<QString> getNextHrefTrim(bool checkImages, bool trim);
+    std::optional<QString> getNextHttp();
+    std::optional<QString> getNextXml();
+    std::optional<QString> getLinkText();
+    std::optional<QString> getNextImg();
+    std::optional<QString> getNextScriptSrc();
+    bool moveToStartOfUrl();
+    bool moveToStartOfSrc();
+    bool digOutAlt();
+    bool isThisNofollow();
+
+    // Head metadata
+    QString findTitle();
+    std::optional<QString> findBaseHref();
+    std::optional<QString> findNextLinkHref();
+    void findKeywordsAndDescription();
+    QString findHeadings();
+    bool headContainsNoIndex();
+    bool headContainsNoFollow();
+    static QString pullOutMetaDescription(const QString& tagText);
+    static QString pullOutHref(const QString& tagText);
+
+    // Charset and entities
+    static std::optional<QString> extractCharsetFromHTML(const QByteArray& html);
+    static quint64 encodingForCharset(const std::optional<QString>& charset);
+    static QString unescapeEntities(const QString& text);
+    static QString gtm_stringByUnescapingFromHTML(const QString& text);
+    static QString addPercentEscapesBrief(const QString& text);
+    static void trimThisCharacterFromUrl(char character, char* url);
+    static void trimWhitespaceFromUrl(char* url);
+
+  private:
+    void setData(const QByteArray& bytes);
+    void countByte();
+    bool skipLeadingSpaces();
+    bool matchName(const char* lowerName);
+    bool skipScript();
+    bool skipToValueStart();
+    bool readOnToTagEnd();
+    bool copyValue(ByteBuffer& buffer, signed char terminator);
+    bool copyAltText(ByteBuffer& buffer, bool markEmpty);
+    signed char valueTerminator() const;
+    void rewindTo(qint64 position);
+    std::optional<QString> decodeTag(const ByteBuffer& buffer) const;
+    std::optional<QString> finishText(const ByteBuffer& buffer) const;
+    std::optional<QString> decodeByLadder(const ByteBuffer& buffer) const;
+    std::optional<QString> nextSrcOf(bool (KestParser::*recognise)());
+    struct HrefScan;
+    HrefScan hrefOfNext(bool (KestParser::*recognise)());
+    template <typename Test> bool headContains(Test test);
+
+    QByteArray data;
+    QString grandParent;
+    QString parent;
+    QString content;
+    std::optional<QUrl> codebase;
+    QString metadescription;
+    QString metatitle;
+    QString keywords;
+    QString headings;
+    std::optional<QString> canonical;
+    qint32 initialStatus = 0;
+    signed char aBuffer = 0;
+    quint64 l = 0;
+    qint32 indent = 0;
+    quint64 counter = 0;
+    qint32 lastTagPassed = 0;
+    bool zrefFound = false;
+    bool insideQuotes = false;
+    bool insideSingleQuotes = false;
+    bool lastWasImg = false;
+    bool lastWasFrame = false;
+    bool plaintextmode = false;
+    bool xmlmode = false;
+    bool shouldBeIndexed = false;
+    bool nofollow = false;
+    bool followNofollow = false;
+    bool headContainsNofollow = false;
+    bool seoOn = false;
+    qint32 endHead = 0;
+    bool insideBrackets = false;
+    qint32 wordCount = 0;
+    bool insideWord = false;
+    qint32 characterCount = 0;
+    bool isScriptOrComment = false;
+    quint64 useEncoding = 0;
+    QString textContent;
+    qint64 spellingCursor = 0;
+    QVariantList grammarDetails;
+
+    // Not a field of the reader's model: the raw pointer behind `data`, kept for speed.
+    const char* bytes = nullptr;
+};
+
+inline void KestParser::countByte() {
+    if (aBuffer == '>') {
+        insideBrackets = false;
+        insideWord = false;
+    } else if (aBuffer == '<') {
+        insideBrackets = true;
+        insideWord = false;
+    } else if (!insideBrackets) {
+        // Bytes 1 to 38 separate words: controls, space and ! " # $ % &. Everything else,
+        // NUL and all bytes from 0x80 up included, is part of a word.
+        if (insideWord) {
+            if (aBuffer >= 1 && aBuffer <= 38)
+                insideWord = false;
+        } else if (aBuffer <= 0 || aBuffer >= 39) {
+            insideWord = true;
+            ++wordCount;
+        }
+    }
+}
+
+inline bool KestParser::getNextByte() {
+    // `counter` can only pass `l` after a rewind computed from a truncated mark; never read then.
+    if (counter >= l)
+        return false;
+    aBuffer = static_cast<signed char>(bytes[counter]);
+    // The head's own bytes are not words: bookkeeping starts behind the end of the head.
+    if (counter > static_cast<quint64>(static_cast<qint64>(endHead)) && !isScriptOrComment)
+        countByte();
+    ++counter;
+    return true;
+}
