@@ -167,7 +167,7 @@ struct TestServer::Impl {
     };
 
     Scheme scheme = Scheme::Http;
-    QTemporaryDir certificateDir;
+    std::unique_ptr<QTemporaryDir> certificateDir;
     QString certificatePath;
     std::unique_ptr<httplib::Server> server;
     std::thread thread;
@@ -425,9 +425,10 @@ TestServer::TestServer(Scheme scheme) : d(std::make_unique<Impl>()) {
     if (scheme == Scheme::Https) {
         X509* cert = nullptr;
         EVP_PKEY* key = nullptr;
-        if (!makeCertificate(d->certificateDir.path(), &cert, &key))
+        d->certificateDir = std::make_unique<QTemporaryDir>();
+        if (!makeCertificate(d->certificateDir->path(), &cert, &key))
             qFatal("TestServer: cannot make a certificate");
-        d->certificatePath = d->certificateDir.path() + "/cert.pem";
+        d->certificatePath = d->certificateDir->path() + "/cert.pem";
         d->server = std::make_unique<httplib::SSLServer>(cert, key);
         X509_free(cert);
         EVP_PKEY_free(key);
@@ -456,8 +457,11 @@ TestServer::TestServer(Scheme scheme) : d(std::make_unique<Impl>()) {
         qFatal("TestServer: cannot bind a port");
     BacklogWidener::widen(server);
     d->thread = std::thread([impl] { impl->server->listen_after_bind(); });
-    while (!server.is_running())
+    for (int waited = 0; !server.is_running(); ++waited) {
+        if (waited == 5000)
+            qFatal("TestServer: the server thread does not start");
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 TestServer::~TestServer() {
