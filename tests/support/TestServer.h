@@ -44,9 +44,9 @@ class TestServer {
 
     struct Request {
         QString method;
-        QString path;  // as sent, without the query
-        QString query; // as sent, without the "?"
-        QList<QPair<QString, QString>> headers;
+        QString path;                           // as sent, without the query
+        QString query;                          // as sent, without the "?"
+        QList<QPair<QString, QString>> headers; // ordered by name: httplib keeps no wire order
         QByteArray body;
         // Value of the first header of that name, compared case-insensitively; empty if absent.
         QString header(const QString& name) const;
