@@ -444,6 +444,13 @@ void myNSURLConnection::Transfer::finishDelivery() {
         handleChallenge({NSURLAuthenticationMethodServerTrust, request.url.host(), 0}, true);
         return;
     }
+    if (result == CURLE_UNSUPPORTED_PROTOCOL) {
+        // Also what curl says of a reply that is no HTTP at all, once a server has been reached.
+        char* address = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
+        if (address && *address)
+            result = CURLE_WEIRD_SERVER_REPLY;
+    }
     if (result != CURLE_OK) {
         fail(errorForCurlCode(result));
         return;

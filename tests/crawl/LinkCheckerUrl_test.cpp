@@ -3,6 +3,8 @@
 #include "crawl/LinkCheckerHub.h"
 #include "support/RecordingUserInterface.h"
 
+#include "support/QtPrinting.h"
+
 #include <gtest/gtest.h>
 
 namespace {

@@ -1,7 +1,9 @@
 #include "crawl/StartProbes.h"
 #include "crawl/UrlRules.h"
 
+#include "support/QtPrinting.h"
 #include <QUrl>
+
 #include <gtest/gtest.h>
 
 TEST(StartProbes, DirectoryLimit) {
