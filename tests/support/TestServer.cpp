@@ -441,6 +441,9 @@ TestServer::TestServer(Scheme scheme) : d(std::make_unique<Impl>()) {
     // a worker while it stays open.
     server.new_task_queue = [] { return new httplib::ThreadPool(64); };
     server.set_keep_alive_max_count(10000);
+    // Real servers answer without waiting on Nagle; without this every keep-alive answer waits out a delayed
+    // ACK.
+    server.set_tcp_nodelay(true);
     Impl* impl = d.get();
     const auto handler = [impl](const httplib::Request& req, httplib::Response& res) {
         impl->handle(req, res);
