@@ -27,7 +27,8 @@ bool SiteStore::createStoreIfMissing() {
     if (QFileInfo(path).isDir())
         return true;
     qInfo("creating directory");
-    return QDir().mkdir(path);
+    // On a fresh Linux account even the data folder above the store may be missing.
+    return QDir().mkpath(path);
 }
 
 QString SiteStore::pathForFilename(const QString& filename) {

@@ -13,7 +13,7 @@ class SiteStore {
   public:
     // ~/.local/share/Trellium5 (the platform's data folder + "/Trellium5").
     static QString storePath();
-    // Creates the store folder (not its parents) when missing; logs "creating directory".
+    // Creates the store folder when missing; logs "creating directory".
     static bool createStoreIfMissing();
     static QString pathForFilename(const QString& filename);
     // Entries of the store that are not sites: dot files, the reserved folders and files,

@@ -5,110 +5,147 @@
 #include <QSaveFile>
 #include <QStringList>
 #include <QTimeZone>
+#include <QXmlStreamReader>
 #include <plist/plist++.h>
 
 #include <memory>
 
 namespace {
 
-// Property-list dates count from the start of 2001, UTC.
-constexpr qint64 referenceDateOffset = 978307200;
+// Reading goes through Qt's XML reader: the arrays that libplist++ 2.2 hands back from a
+// parsed list come back empty.
+QVariant readValue(QXmlStreamReader& xml, bool& ok);
 
-QVariant toVariant(const PList::Node* node);
-
-QVariantMap toMap(const PList::Dictionary& dict) {
+QVariantMap readDict(QXmlStreamReader& xml, bool& ok) {
     QVariantMap out;
-    for (auto it = dict.Begin(); it != dict.End(); ++it)
-        out.insert(QString::fromStdString(it->first), toVariant(it->second));
+    while (ok && xml.readNextStartElement()) {
+        if (xml.name() != QLatin1String("key")) {
+            ok = false;
+            break;
+        }
+        const QString key = xml.readElementText();
+        if (!xml.readNextStartElement()) {
+            ok = false;
+            break;
+        }
+        out.insert(key, readValue(xml, ok));
+    }
     return out;
 }
 
-QVariant toVariant(const PList::Node* node) {
-    switch (node->GetType()) {
-    case PLIST_STRING:
-        return QString::fromStdString(static_cast<const PList::String*>(node)->GetValue());
-    case PLIST_BOOLEAN:
-        return static_cast<const PList::Boolean*>(node)->GetValue();
-    case PLIST_UINT:
-        // Stored as 64 bits; the XML writer and reader treat them as signed.
-        return qint64(static_cast<const PList::Integer*>(node)->GetValue());
-    case PLIST_REAL:
-        return static_cast<const PList::Real*>(node)->GetValue();
-    case PLIST_DATE: {
-        const timeval t = static_cast<const PList::Date*>(node)->GetValue();
-        return QDateTime::fromMSecsSinceEpoch(
-            (qint64(t.tv_sec) + referenceDateOffset) * 1000 + t.tv_usec / 1000, QTimeZone::utc());
-    }
-    case PLIST_DATA: {
-        const std::vector<char> bytes = static_cast<const PList::Data*>(node)->GetValue();
-        return QByteArray(bytes.data(), qsizetype(bytes.size()));
-    }
-    case PLIST_ARRAY: {
-        // The array gives no const access to its items.
-        auto* array = const_cast<PList::Array*>(static_cast<const PList::Array*>(node));
+QVariant readValue(QXmlStreamReader& xml, bool& ok) {
+    const QStringView name = xml.name();
+    if (name == QLatin1String("dict"))
+        return readDict(xml, ok);
+    if (name == QLatin1String("array")) {
         QVariantList out;
-        for (uint32_t i = 0; i < array->GetSize(); ++i)
-            out.append(toVariant((*array)[i]));
+        while (ok && xml.readNextStartElement())
+            out.append(readValue(xml, ok));
         return out;
     }
-    case PLIST_DICT:
-        return toMap(*static_cast<const PList::Dictionary*>(node));
-    default:
-        return QVariant();
+    if (name == QLatin1String("true") || name == QLatin1String("false")) {
+        xml.skipCurrentElement();
+        return name == QLatin1String("true");
     }
+    const QString text = xml.readElementText();
+    if (name == QLatin1String("string"))
+        return text;
+    if (name == QLatin1String("integer"))
+        return text.trimmed().toLongLong();
+    if (name == QLatin1String("real"))
+        return text.trimmed().toDouble();
+    if (name == QLatin1String("date"))
+        return QDateTime::fromString(text.trimmed(), Qt::ISODate);
+    if (name == QLatin1String("data"))
+        return QByteArray::fromBase64(text.toLatin1());
+    ok = false;
+    return QVariant();
 }
 
-std::unique_ptr<PList::Node> toNode(const QVariant& value);
+bool readXml(const QByteArray& bytes, QVariantMap& out) {
+    QXmlStreamReader xml(bytes);
+    if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist") || !xml.readNextStartElement() ||
+        xml.name() != QLatin1String("dict"))
+        return false;
+    bool ok = true;
+    out = readDict(xml, ok);
+    return ok && !xml.hasError();
+}
+
+// A node ready to be copied into its parent. Dates are taken from a parsed document, which
+// then has to live until the copy is made.
+struct MadeNode {
+    std::unique_ptr<PList::Node> owned;
+    std::unique_ptr<PList::Structure> document;
+    const PList::Node* node = nullptr;
+};
+
+MadeNode toNode(const QVariant& value);
 
 std::unique_ptr<PList::Dictionary> toDictionary(const QVariantMap& map) {
     auto dict = std::make_unique<PList::Dictionary>();
     for (auto it = map.begin(); it != map.end(); ++it) {
-        if (std::unique_ptr<PList::Node> node = toNode(it.value()))
-            dict->Set(it.key().toStdString(), node.get()); // the dictionary keeps a copy
+        const MadeNode made = toNode(it.value());
+        if (made.node)
+            dict->Set(it.key().toStdString(), made.node); // the dictionary keeps a copy
     }
     return dict;
 }
 
-std::unique_ptr<PList::Node> toNode(const QVariant& value) {
+MadeNode owning(std::unique_ptr<PList::Node> node) {
+    MadeNode made;
+    made.node = node.get();
+    made.owned = std::move(node);
+    return made;
+}
+
+MadeNode toNode(const QVariant& value) {
     switch (value.typeId()) {
     case QMetaType::Bool:
-        return std::make_unique<PList::Boolean>(value.toBool());
+        return owning(std::make_unique<PList::Boolean>(value.toBool()));
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::Long:
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Short:
-        return std::make_unique<PList::Integer>(uint64_t(value.toLongLong()));
+        return owning(std::make_unique<PList::Integer>(uint64_t(value.toLongLong())));
     case QMetaType::Double:
     case QMetaType::Float:
-        return std::make_unique<PList::Real>(value.toDouble());
+        return owning(std::make_unique<PList::Real>(value.toDouble()));
     case QMetaType::QDateTime: {
-        const qint64 ms = value.toDateTime().toMSecsSinceEpoch() - referenceDateOffset * 1000;
-        timeval t{};
-        t.tv_sec = ms / 1000;
-        t.tv_usec = (ms % 1000) * 1000;
-        return std::make_unique<PList::Date>(t);
+        // A date node made in code, or a copy of a copy, trips an assertion of libplist 2.2;
+        // a date read from XML copies cleanly, so the date goes through its XML text.
+        const std::string xml = "<plist><dict><key>d</key><date>" +
+                                value.toDateTime().toUTC().toString(Qt::ISODate).toStdString() +
+                                "</date></dict></plist>";
+        MadeNode made;
+        made.document.reset(PList::Structure::FromXml(xml));
+        auto* dict = dynamic_cast<PList::Dictionary*>(made.document.get());
+        if (dict && dict->Find("d") != dict->End())
+            made.node = dict->Find("d")->second;
+        return made;
     }
     case QMetaType::QByteArray: {
         const QByteArray bytes = value.toByteArray();
-        return std::make_unique<PList::Data>(std::vector<char>(bytes.begin(), bytes.end()));
+        return owning(std::make_unique<PList::Data>(std::vector<char>(bytes.begin(), bytes.end())));
     }
     case QMetaType::QVariantList:
     case QMetaType::QStringList: {
         auto array = std::make_unique<PList::Array>();
         for (const QVariant& item : value.toList()) {
-            if (std::unique_ptr<PList::Node> node = toNode(item))
-                array->Append(node.get()); // the array keeps a copy
+            const MadeNode made = toNode(item);
+            if (made.node)
+                array->Append(const_cast<PList::Node*>(made.node)); // the array keeps a copy
         }
-        return array;
+        return owning(std::move(array));
     }
     case QMetaType::QVariantMap:
-        return toDictionary(value.toMap());
+        return owning(toDictionary(value.toMap()));
     case QMetaType::UnknownType:
-        return nullptr;
+        return MadeNode();
     default:
-        return std::make_unique<PList::String>(value.toString().toStdString());
+        return owning(std::make_unique<PList::String>(value.toString().toStdString()));
     }
 }
 
@@ -118,15 +155,19 @@ namespace Plist {
 
 bool fromData(const QByteArray& bytes, QVariantMap& out) {
     out.clear();
-    std::unique_ptr<PList::Structure> root;
-    if (bytes.startsWith("bplist"))
-        root.reset(PList::Structure::FromBin(std::vector<char>(bytes.begin(), bytes.end())));
-    else if (!bytes.isEmpty())
-        root.reset(PList::Structure::FromXml(bytes.toStdString()));
-    const auto* dict = dynamic_cast<const PList::Dictionary*>(root.get());
-    if (!dict)
+    QByteArray xml = bytes;
+    if (bytes.startsWith("bplist")) {
+        // A binary list is turned into its XML form first.
+        std::unique_ptr<PList::Structure> root(
+            PList::Structure::FromBin(std::vector<char>(bytes.begin(), bytes.end())));
+        if (!root)
+            return false;
+        xml = QByteArray::fromStdString(root->ToXml());
+    }
+    if (!readXml(xml, out)) {
+        out.clear();
         return false;
-    out = toMap(*dict);
+    }
     return true;
 }
 
