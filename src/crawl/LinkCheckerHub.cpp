@@ -53,6 +53,7 @@ void LinkCheckerHub::startNewCrawl() {
     ui.reloadView("links");
     lookupDictionary.clear();
     byPageDictionary.clear();
+    getReportDataSource().clear();
 
     soft404Array =
         KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
@@ -288,7 +289,9 @@ LinkCheckerHub::CrawlState LinkCheckerHub::getCrawlState() const {
     return stopPressedFlag ? CrawlState::Paused : CrawlState::Running;
 }
 
-void LinkCheckerHub::doReport(bool) {}
+void LinkCheckerHub::doReport(bool onThisThread) {
+    getReportDataSource().doReport(*this, onThisThread);
+}
 
 void LinkCheckerHub::takeAction(int action) {
     ui.showResults(action);

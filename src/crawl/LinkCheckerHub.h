@@ -1,6 +1,7 @@
 #pragma once
 
 #include "crawl/LinkCheckerUrl.h"
+#include "views/KestReportDataSource.h"
 #include "views/lfDataSource.h"
 
 #include <QHash>
@@ -106,6 +107,18 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void extractLinks(const LinkCheckerUrlPtr& page);
     void archivePage(const LinkCheckerUrlPtr& page);
     void highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr& record);
+
+    // ---- results views: what the link trees and the flat report read (src/views) ----
+    const QHash<QString, QList<LinkCheckerUrlPtr>>& getByPageDictionary() const { return byPageDictionary; }
+    KestReportDataSource& getReportDataSource() {
+        if (!reportDataSource)
+            reportDataSource = std::make_unique<KestReportDataSource>(preferences);
+        return *reportDataSource;
+    }
+
+  private:
+    std::unique_ptr<KestReportDataSource> reportDataSource;
+    // ---- end of results views ----
 
   private:
     void startNewCrawl();
