@@ -85,8 +85,10 @@ void LinkCheckerHub::startNewCrawl() {
         ui.crawlDidntGetOffGround();
         return;
     }
+    if (!plainTextMode)
+        applyDirectoryLimit(startUrl);
     domains = startUrl.host().isEmpty() ? QStringList() : QStringList{startUrl.host()};
-    if (config.flagForKey("checkRobotstxt") || config.flagForKey("blacklistByRobotsTxt"))
+    if (preferences.boolValue("checkRobotstxt") || config.flagForKey("blacklistByRobotsTxt"))
         if (!first->getActualLinkUrl().startsWith("file://"))
             readRobotsTxt();
 
@@ -94,7 +96,7 @@ void LinkCheckerHub::startNewCrawl() {
     crawlWillContinue();
     numberDone = 0;
     nextUrlToCrawl = 0;
-    detectEncoding();
+    detectEncoding(first->getActualLinkUrl());
     singlePage = config.flagForKey("followCheckbox");
     crawlFinished = false;
     crawlStarted = true;
@@ -297,8 +299,6 @@ void LinkCheckerHub::takeAction(int action) {
     ui.showResults(action);
 }
 
-void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr&) {}
-
 void LinkCheckerHub::archivePage(const LinkCheckerUrlPtr&) {}
 
 void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {}
@@ -462,7 +462,7 @@ void LinkCheckerHub::setIgnoreQS() {
     config.setValueForKey("followQuerystring", QStringLiteral("YES"));
 }
 bool LinkCheckerHub::shouldTrimSpaces() const {
-    return config.flagForKey("trimWhitespace");
+    return preferences.boolValue("trimWhitespace");
 }
 bool LinkCheckerHub::shouldIgnoreSlash() const {
     return config.flagForKey("ignoreSlash");
@@ -471,19 +471,19 @@ bool LinkCheckerHub::shouldParsePDFs() const {
     return config.flagForKey("parsePDFs");
 }
 bool LinkCheckerHub::shouldArchive() const {
-    return config.flagForKey("archivePages") || config.flagForKey("SEOCountKeywordsInContent");
+    return config.flagForKey("archivePages") || preferences.boolValue("SEOCountKeywordsInContent");
 }
 bool LinkCheckerHub::shouldCacheData() const {
     return config.flagForKey("checkSpelling") || config.flagForKey("checkGrammar");
 }
 bool LinkCheckerHub::shouldFlagBlacklisted() const {
-    return config.flagForKey("flagBlacklisted");
+    return preferences.boolValue("flagBlacklisted");
 }
 bool LinkCheckerHub::shouldLogModifiedDate() const {
-    return config.flagForKey("includelastmodinsitemap");
+    return preferences.boolValue("includelastmodinsitemap");
 }
 bool LinkCheckerHub::shouldPerformSoft404Check() const {
-    return config.flagForKey("soft404Button");
+    return preferences.boolValue("soft404Button");
 }
 bool LinkCheckerHub::getCheckImages() const {
     return config.flagForKey("checkImages");

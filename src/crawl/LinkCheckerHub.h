@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QObject>
 #include <QStringList>
+#include <QUrl>
 #include <functional>
 #include <optional>
 
@@ -103,8 +104,12 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // dropped if a new crawl has started by the time it runs.
     void postToCrawl(std::function<void()> call);
 
-    // Where a page's links are taken in; filled by link intake.
+    // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);
+    LinkCheckerUrlPtr weHaveThisOneAlreadyIgnoreInternal(const QString& url, const LinkCheckerUrl* ignore,
+                                                         bool internal) const;
+    bool weHaveThisTitleAlready(const LinkCheckerUrl& page) const;
+    bool shouldBeInSitemapCollection(const LinkCheckerUrl& page) const;
     void archivePage(const LinkCheckerUrlPtr& page);
     void highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr& record);
 
@@ -132,8 +137,13 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void saveArchive() {}
     void clearTempFolder() {}
     void clearArchiveFolder() {}
-    void readRobotsTxt() {}
-    void detectEncoding() {}
+    void readRobotsTxt();
+    void detectEncoding(const QString& url);
+    void applyDirectoryLimit(const QUrl& url);
+    // The follow rules: whether a fetched page may be parsed at all.
+    bool isFollowBlacklisted(LinkCheckerUrl& page) const;
+    void takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base, bool pageNeededEscaping,
+                    const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
 
     KestConfigManager& config;
     Preferences& preferences;

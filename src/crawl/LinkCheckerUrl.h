@@ -25,6 +25,11 @@ class LinkCheckerUrl : public KestDataObject,
     // Identity and URLs
     void setLinkUrlTrimQuery(const QString& url, bool trimQuery);
     QString trimHashQuery(const QString& url, bool trimQuery) const;
+    // For the stand-in URLs of links that have none: stored as given, outside the lookup.
+    void setLinkUrlDirectly(const QString& text) {
+        nsslinkUrl = text;
+        setActualLinkUrl();
+    }
     void setRedir(const QString& url);
     void setActualLinkUrl();
     const QString& getLinkUrl() const { return nsslinkUrl; }

@@ -72,7 +72,7 @@ TEST(LinkCheckerUrl, StatusDerivation) {
 
 TEST(LinkCheckerUrl, BlacklistFlagColoursBeforeServerErrors) {
     Fixture f;
-    f.config.setValueForKey("flagBlacklisted", "YES");
+    f.preferences.setValue("flagBlacklisted", true);
     auto r = f.record("http://example.com/x", "500 internal server error");
     r->setIsBlacklisted(true);
     EXPECT_EQ(r->getColour(), 2);

@@ -56,8 +56,13 @@ bool readOptions(const QStringList& args, KestConfigManager& config, Preferences
     // fails to open with a clear message instead of being taken for a host name.
     const bool looksLikePath =
         out.start.startsWith('/') || out.start.startsWith('.') || out.start.startsWith('~');
-    if (!out.start.contains("://") && (looksLikePath || QFileInfo::exists(out.start)))
-        out.start = QUrl::fromLocalFile(QFileInfo(out.start).absoluteFilePath()).toString();
+    if (!out.start.contains("://") && (looksLikePath || QFileInfo::exists(out.start))) {
+        const QFileInfo path(out.start);
+        out.start = QUrl::fromLocalFile(path.absoluteFilePath()).toString();
+        // A folder's own links are relative to the folder, which its URL must say with a final slash.
+        if (path.isDir() && !out.start.endsWith('/'))
+            out.start += '/';
+    }
     config.setValueForKey("url", out.start);
 
     auto number = [&](const char* option, const char* key, double minimum) {

@@ -1,6 +1,7 @@
 #include "app/cli/Commands.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <cstdio>
 
 namespace {
@@ -20,6 +21,9 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setOrganizationName("Trellium");
     QCoreApplication::setApplicationName("Trellium5");
+    // The log is for developers: shown only when TRELLIUM_LOG is set.
+    if (qEnvironmentVariableIsEmpty("TRELLIUM_LOG"))
+        QLoggingCategory::setFilterRules("*.debug=false\n*.info=false");
     QStringList args = app.arguments().mid(1);
     if (args.isEmpty() || args[0] == "--help" || args[0] == "-h") {
         std::fputs(usage, args.isEmpty() ? stderr : stdout);
