@@ -5,6 +5,10 @@
 #include "platform/SyncFetch.h"
 
 #include <QDir>
+#include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 #include <QFile>
 
 Q_LOGGING_CATEGORY(lcParser, "trellium.parser", QtInfoMsg)
@@ -230,14 +234,134 @@ bool KestParser::moveIntoNextTag() {
                             break;
                         }
                     }
-                    if (!getNextByte())
+                    if (!skipTo('-'))
                         return false;
                 }
             }
         }
-        if (!getNextByte())
+        if (!skipTo('<'))
             return false;
     }
+}
+
+namespace {
+
+// Without a popcount instruction in the baseline target the builtin becomes a library call.
+int bitCount16(unsigned x) {
+    x = x - ((x >> 1) & 0x5555u);
+    x = (x & 0x3333u) + ((x >> 2) & 0x3333u);
+    x = (x + (x >> 4)) & 0x0F0Fu;
+    return static_cast<int>((x + (x >> 8)) & 0x1Fu);
+}
+
+// Words that start in [begin, end), a stretch with no '<' outside brackets: a word starts at
+// each word byte that follows a separator. '>' ends a word without starting one. Each byte's
+// class depends on that byte alone, so sixteen bytes can be classed at once.
+qint32 countWords(const char* begin, const char* end, bool& insideWord) {
+    qint32 starts = 0;
+    bool previous = insideWord;
+    const char* p = begin;
+#ifdef __SSE2__
+    const __m128i one = _mm_set1_epi8(1);
+    const __m128i lastSeparator = _mm_set1_epi8(37); // bytes 1 to 38, less one
+    const __m128i gt = _mm_set1_epi8('>');
+    for (; end - p >= 16; p += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i shifted = _mm_sub_epi8(v, one);
+        const __m128i separator = _mm_cmpeq_epi8(_mm_min_epu8(shifted, lastSeparator), shifted);
+        const __m128i notWord = _mm_or_si128(separator, _mm_cmpeq_epi8(v, gt));
+        const unsigned word = ~static_cast<unsigned>(_mm_movemask_epi8(notWord)) & 0xFFFFu;
+        const unsigned before = ((word << 1) | (previous ? 1u : 0u)) & 0xFFFFu;
+        starts += bitCount16(word & ~before);
+        previous = (word >> 15) & 1u;
+    }
+#endif
+    for (; p < end; ++p) {
+        const signed char c = static_cast<signed char>(*p);
+        const bool wordByte = (c <= 0 || c >= 39) & (c != '>');
+        starts += wordByte & !previous;
+        previous = wordByte;
+    }
+    insideWord = previous;
+    return starts;
+}
+
+// The first '<' or '>' in [p, end), or end.
+const char* findBracket(const char* p, const char* end) {
+#ifdef __SSE2__
+    const __m128i lt = _mm_set1_epi8('<');
+    const __m128i gt = _mm_set1_epi8('>');
+    for (; end - p >= 16; p += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, lt), _mm_cmpeq_epi8(v, gt)));
+        if (mask)
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+    }
+#endif
+    while (p < end && *p != '<' && *p != '>')
+        ++p;
+    return p;
+}
+
+} // namespace
+
+bool KestParser::skipTo(char wanted) {
+    // The same as reading byte by byte until `wanted` with the bookkeeping of getNextByte, but
+    // done a stretch at a time: this is where the reader spends its time.
+    if (counter >= l)
+        return false;
+    const quint64 firstCounted = static_cast<quint64>(static_cast<qint64>(endHead)) + 1;
+    if (isScriptOrComment || counter < firstCounted) {
+        const quint64 limit = isScriptOrComment ? l : qMin(l, firstCounted);
+        const void* hit = std::memchr(bytes + counter, wanted, static_cast<size_t>(limit - counter));
+        if (hit) {
+            counter = static_cast<quint64>(static_cast<const char*>(hit) - bytes) + 1;
+            aBuffer = static_cast<signed char>(wanted);
+            return true;
+        }
+        counter = limit;
+        aBuffer = static_cast<signed char>(bytes[limit - 1]);
+        if (counter >= l)
+            return false;
+    }
+    if (wanted != '<') {
+        while (getNextByte()) {
+            if (aBuffer == wanted)
+                return true;
+        }
+        return false;
+    }
+    const char* p = bytes + counter;
+    const char* end = bytes + l;
+    bool found = false;
+    while (p < end) {
+        if (insideBrackets) {
+            p = findBracket(p, end);
+            if (p == end)
+                break;
+            insideWord = false;
+            if (*p++ == '<') {
+                found = true;
+                break;
+            }
+            insideBrackets = false;
+        } else {
+            const void* lt = std::memchr(p, '<', static_cast<size_t>(end - p));
+            const char* stop = lt ? static_cast<const char*>(lt) : end;
+            wordCount += countWords(p, stop, insideWord);
+            p = stop;
+            if (lt) {
+                ++p;
+                insideBrackets = true;
+                insideWord = false;
+                found = true;
+                break;
+            }
+        }
+    }
+    counter = static_cast<quint64>(p - bytes);
+    aBuffer = static_cast<signed char>(p[-1]);
+    return found;
 }
 
 bool KestParser::skipLeadingSpaces() {

@@ -112,6 +112,7 @@ class KestParser {
   private:
     void setData(const QByteArray& bytes);
     void countByte();
+    bool skipTo(char wanted);
     bool skipLeadingSpaces();
     bool matchName(const char* lowerName);
     bool skipScript();

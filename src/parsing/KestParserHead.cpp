@@ -15,6 +15,17 @@ bool isEndOfBody(const KestXmlTag& tag) {
     return tag.isClosing() && tag.getData().compare(QLatin1String("body"), Qt::CaseInsensitive) == 0;
 }
 
+// "h1" first found at position 0 or 1, which is the same as standing at 0 or at 1.
+bool startsHeading(const KestXmlTag& tag) {
+    if (tag.isClosing())
+        return false;
+    const QStringView text = tag.getData();
+    const auto at = [&text](qsizetype i) {
+        return text.size() >= i + 2 && text.mid(i, 2).compare(QLatin1String("h1"), Qt::CaseInsensitive) == 0;
+    };
+    return at(0) || at(1);
+}
+
 QString withoutLineEnds(QString text) {
     text.remove(QLatin1Char('\r'));
     text.remove(QLatin1Char('\n'));
@@ -169,10 +180,9 @@ QString KestParser::findHeadings() {
     QStringList list;
     std::optional<KestXmlTag> tag = getTag(false);
     while (tag) {
-        const qsizetype h1 = tag->getData().indexOf(QLatin1String("h1"), 0, Qt::CaseInsensitive);
-        if ((h1 == 0 || h1 == 1) && !tag->isClosing()) {
+        if (startsHeading(*tag)) {
             QString text;
-            while (tag && !(tag->contains(QLatin1String("h1")) && tag->isClosing())) {
+            while (tag && !(tag->isClosing() && tag->contains(QLatin1String("h1")))) {
                 const std::optional<QString> piece = getData();
                 if (piece && !piece->isEmpty())
                     text += *piece;

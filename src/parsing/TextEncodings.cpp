@@ -45,7 +45,14 @@ const Row* rowFor(quint64 id) {
 }
 
 bool isAscii(const char* bytes, qsizetype length) {
-    for (qsizetype i = 0; i < length; ++i) {
+    qsizetype i = 0;
+    for (; i + 8 <= length; i += 8) {
+        quint64 chunk;
+        std::memcpy(&chunk, bytes + i, 8);
+        if (chunk & 0x8080808080808080ull)
+            return false;
+    }
+    for (; i < length; ++i) {
         if (static_cast<unsigned char>(bytes[i]) >= 0x80)
             return false;
     }
@@ -197,6 +204,16 @@ bool isValidUtf8(const char* bytes, qsizetype length) {
     const auto* p = reinterpret_cast<const unsigned char*>(bytes);
     const auto* end = p + length;
     while (p < end) {
+        // Eight ASCII bytes at a time.
+        while (end - p >= 8) {
+            quint64 chunk;
+            std::memcpy(&chunk, p, 8);
+            if (chunk & 0x8080808080808080ull)
+                break;
+            p += 8;
+        }
+        if (p == end)
+            break;
         const unsigned char c = *p;
         if (c < 0x80) {
             ++p;
@@ -236,6 +253,8 @@ std::optional<QString> decode(const char* bytes, qsizetype length, quint64 encod
     case ISOLatin1:
         return QString::fromLatin1(bytes, length);
     case UTF8:
+        if (isAscii(bytes, length))
+            return QString::fromLatin1(bytes, length);
         if (!isValidUtf8(bytes, length))
             return std::nullopt;
         return QString::fromUtf8(bytes, length);

@@ -1,5 +1,7 @@
 #include "ParserTestSupport.h"
 
+#include <QRandomGenerator>
+
 using namespace parsertest;
 
 namespace {
@@ -157,4 +159,28 @@ TEST(ParserCore, Constructors) {
               TextEncoding::ShiftJIS);
     EXPECT_EQ(parse("<meta charset=\"utf-8\"><p>", {.encoding = TextEncoding::ISOLatin1})->getUseEncoding(),
               TextEncoding::ISOLatin1);
+}
+
+// Skipping to the next tag counts words a stretch at a time; it must count exactly as reading
+// every byte does. Without "<!" no comment is entered, so both walks read the same bytes.
+TEST(ParserCore, TagSkippingCountsLikeByteReading) {
+    QRandomGenerator random(7);
+    static const char chars[] = "<>ab &'\t\n\x80\xff-/#09";
+    for (int round = 0; round < 300; ++round) {
+        QByteArray page = round % 2 ? "<head><title>t</title></head>" : "";
+        const int size = random.bounded(1, 400);
+        for (int i = 0; i < size; ++i)
+            page += chars[random.bounded(static_cast<int>(sizeof(chars) - 1))];
+        SCOPED_TRACE(page.toStdString());
+        auto byBytes = parse(page);
+        auto byTags = parse(page);
+        byBytes->reset();
+        byTags->reset();
+        while (byBytes->getNextByte()) {
+        }
+        while (byTags->moveIntoNextTag()) {
+        }
+        EXPECT_EQ(byTags->getWordCount(), byBytes->getWordCount());
+        EXPECT_EQ(byTags->getNextByte(), false);
+    }
 }
