@@ -273,11 +273,14 @@ void KestReportDataSource::didClickTableColumn(const QString& identifier, bool a
 // ---------------------------------------------------------------- columns
 
 QList<TableColumn> KestReportDataSource::flatColumns(const Preferences& preferences) {
-    QList<TableColumn> shown;
-    for (const ColumnRule& column : flatColumnRules)
+    QList<TableColumn> shown, all;
+    for (const ColumnRule& column : flatColumnRules) {
+        all.append(TableColumn{column.identifier, column.title});
         if (!preferences.contains(column.preference) || preferences.boolValue(column.preference))
-            shown.append(TableColumn{column.identifier, column.title});
-    return shown;
+            shown.append(all.last());
+    }
+    // A report with every column switched off could be neither read nor exported: it shows all.
+    return shown.isEmpty() ? all : shown;
 }
 
 void KestReportDataSource::alterTableColumns(const QString& title, bool on, Preferences& preferences) {
