@@ -29,5 +29,12 @@ QJsonObject recordToJson(const LinkCheckerUrl& record) {
                        {"responseTime", record.getResponseTime()},
                        {"redirects", record.getNumberOfRedirects()},
                        {"timestamp", record.getTimestamp()},
+                       {"description", record.getMetaDescription()},
+                       {"keywords", record.getKeywords()},
+                       {"headings", record.getHeadings()},
+                       {"canonical", record.getCanonical()},
+                       {"robots", record.getRobots()},
+                       {"wordCount", record.getWordCount()},
+                       {"blacklisted", record.isBlacklisted()},
                        {"onPages", onPages}};
 }

@@ -1,5 +1,6 @@
 #include "app/TerminalUserInterface.h"
 #include "app/cli/Commands.h"
+#include "app/cli/ReportOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
@@ -12,6 +13,7 @@
 #include <QJsonDocument>
 #include <QUrl>
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -21,9 +23,8 @@ struct CrawlOptions {
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
-bool readOptions(const QStringList& args, KestConfigManager& config, Preferences& preferences,
-                 CrawlOptions& out) {
-    QCommandLineParser parser;
+bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfigManager& config,
+                 Preferences& preferences, CrawlOptions& out) {
     parser.setApplicationDescription("Checks a site from its starting URL, or a local folder or file, and "
                                      "reports every link it meets.");
     parser.addHelpOption();
@@ -35,7 +36,27 @@ bool readOptions(const QStringList& args, KestConfigManager& config, Preferences
         {"user-agent", "User-Agent header to send.", "TEXT"},
         {"header", "Extra request header 'Name: value' (up to three).", "HEADER"},
         {"json", "Write one JSON object per record to FILE ('-' for standard output).", "FILE"},
+        {"images", "Check images too."},
+        {"ignore-query", "URLs that differ only in their query are one link (internal links)."},
+        {"keep-slash", "A final slash makes a URL different."},
+        {"single-page", "Check the links of the starting page only."},
+        {"nofollow", "Do not follow links marked nofollow."},
+        {"error-pages", "Also take links from pages that answered with an error status."},
+        {"unique-titles", "Pages with a title already seen are not followed."},
+        {"hash-is-bad", "A link to \"#\" or to nothing counts as a bad link."},
+        {"no-external", "Do not check external links."},
+        {"do-not-check", "Do not check URLs containing TERM (repeatable).", "TERM"},
+        {"do-not-follow", "Check but do not follow pages containing TERM (repeatable).", "TERM"},
+        {"only-follow", "Follow only pages containing TERM (repeatable).", "TERM"},
+        {"check-content", "The follow rules also look at the page's content."},
+        {"robots-txt", "Do not check URLs that robots.txt disallows."},
+        {"links-limit", "Most records a crawl keeps (default 200000).", "N"},
+        {"levels-limit", "Greatest distance from the start at which pages are read (default 100).", "N"},
+        {"soft-404", "Report pages that say they were not found as 404 'soft 404'."},
+        {"soft-404-term", "A text that marks a soft 404 page (repeatable; replaces the default list).",
+         "TEXT"},
     });
+    addReportOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
@@ -97,7 +118,48 @@ bool readOptions(const QStringList& args, KestConfigManager& config, Preferences
         config.setValueForKey(QString("customHeaderKey%1").arg(i + 1), headers[i].left(colon).trimmed());
         config.setValueForKey(QString("customHeaderValue%1").arg(i + 1), headers[i].mid(colon + 1).trimmed());
     }
+    const struct {
+        const char* option;
+        const char* key;
+        const char* value;
+    } flags[] = {{"images", "checkImages", "YES"},
+                 {"ignore-query", "followQuerystring", "YES"},
+                 {"keep-slash", "ignoreSlash", "NO"},
+                 {"single-page", "followCheckbox", "YES"},
+                 {"nofollow", "nofollowCheckbox", "YES"},
+                 {"error-pages", "checkErrorPages", "YES"},
+                 {"unique-titles", "uniqueTitles", "YES"},
+                 {"hash-is-bad", "KestreliaHashIsBad", "YES"},
+                 {"no-external", "KestreliaSitemapOnly", "YES"},
+                 {"check-content", "blacklistCheckContent", "YES"},
+                 {"robots-txt", "blacklistByRobotsTxt", "YES"}};
+    for (const auto& flag : flags)
+        if (parser.isSet(flag.option))
+            config.setValueForKey(flag.key, QString(flag.value));
+    config.setCheckBlacklistArray(KestConfigManager::trimEachItemInArray(parser.values("do-not-check")));
+    config.setFollowBlacklistArray(KestConfigManager::trimEachItemInArray(parser.values("do-not-follow")));
+    config.setFollowWhitelistArray(KestConfigManager::trimEachItemInArray(parser.values("only-follow")));
+    for (const char* limit : {"links-limit", "levels-limit"}) {
+        if (!parser.isSet(limit))
+            continue;
+        bool ok = false;
+        const int value = parser.value(limit).toInt(&ok);
+        if (!ok || value < 0) {
+            std::fprintf(stderr, "trellium crawl: --%s takes a whole number of at least 0\n", limit);
+            return false;
+        }
+        preferences.setValue(QString(limit).remove('-'), value);
+    }
+    if (parser.isSet("soft-404"))
+        preferences.setValue("soft404Button", true);
+    if (parser.isSet("soft-404-term"))
+        preferences.setValue("soft404Terms", parser.values("soft-404-term").join("\n"));
     out.jsonPath = parser.value("json");
+    QString reportError;
+    if (!checkReportOptions(parser, &reportError)) {
+        std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
+        return false;
+    }
     return true;
 }
 
@@ -123,8 +185,12 @@ int runCrawlCommand(const QStringList& args) {
     KestConfigManager config;
     config.setDefaults();
     Preferences preferences;
+    preferences.load();
+    // The records of the command line carry the page facts, which only the SEO reading collects.
+    preferences.setValue("SEOEnabledCheckBox", true);
     CrawlOptions options;
-    if (!readOptions(args, config, preferences, options))
+    QCommandLineParser parser;
+    if (!readOptions(args, parser, config, preferences, options))
         return 2;
 
     TerminalUserInterface ui;
@@ -143,6 +209,10 @@ int runCrawlCommand(const QStringList& args) {
 
     if (!options.jsonPath.isEmpty() && !writeJsonLines(hub, options.jsonPath))
         return 2;
+    if (const int status = writeRequestedReports(parser, hub, preferences))
+        return status;
+    if (isatty(STDOUT_FILENO) && options.jsonPath != "-")
+        printBadLinksTable(hub, stdout);
     // The closing status line goes where it does not mix with records written to standard output.
     std::fprintf(options.jsonPath == "-" ? stderr : stdout, "%s\n", qPrintable(config.getStatus()));
     return hub.countBadCollection() > 0 ? 1 : 0;
