@@ -405,7 +405,8 @@ QString KestReportDataSource::getFlatTDL(const kestreliaTableView& table) const 
 }
 
 bool KestReportDataSource::exportBadLinksAsFlatCSVAndSaveTo(const QString& path,
-                                                            const kestreliaTableView& table) const {
+                                                            const kestreliaTableView& table,
+                                                            QString* errorText) const {
     qInfo().noquote() << QString("exporting %1 bad links as CSV to %2").arg(badCollection.size()).arg(path);
     for (const ItemPtr& row : badCollection)
         if (!row->getVisible())
@@ -416,6 +417,8 @@ bool KestReportDataSource::exportBadLinksAsFlatCSVAndSaveTo(const QString& path,
         return true;
     qInfo().noquote()
         << QString("Error writing bad links: %1\nSuggest: %2\nReason: %3").arg(error, "", error);
+    if (errorText)
+        *errorText = error;
     return false;
 }
 

@@ -65,7 +65,8 @@ class KestReportDataSource : public lfDataSource<KestReportItem> {
     QString getFlatCSV(const kestreliaTableView& table) const;
     QString getFlatTDL(const kestreliaTableView& table) const;
     QString getBadLinksAsHTML(const kestreliaTableView& table) const;
-    bool exportBadLinksAsFlatCSVAndSaveTo(const QString& path, const kestreliaTableView& table) const;
+    bool exportBadLinksAsFlatCSVAndSaveTo(const QString& path, const kestreliaTableView& table,
+                                          QString* error = nullptr) const;
 
     // The interactive exports: warn when large, ask for a file, write it.
     void exportAsHTML(UserInterface& ui, const kestreliaTableView& table) const;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+#include <cstdio>
+
+class LinkCheckerHub;
+class Preferences;
+class QCommandLineParser;
+
+// The link reports of `trellium crawl`: --report KIND=FILE (repeatable) and --bad-only.
+void addReportOptions(QCommandLineParser& parser);
+// Checks the options before the crawl; on a bad one says why in error.
+bool checkReportOptions(const QCommandLineParser& parser, QString* error);
+// Writes the reports asked for once the crawl is over: 0, or 2 when a file cannot be written.
+int writeRequestedReports(const QCommandLineParser& parser, LinkCheckerHub& hub, Preferences& preferences);
+// A short table of the bad links: status, URL and the page each stands on.
+void printBadLinksTable(LinkCheckerHub& hub, FILE* out);
