@@ -12,6 +12,7 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  crawl URL|PATH [options]   check a site and report its links\n"
                     "  parse FILE|URL [options]   show what the page reader sees in one page\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
+                    "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
                     "\n"
                     "Run 'trellium COMMAND --help' for the options of a command.\n";
 
@@ -36,6 +37,8 @@ int main(int argc, char** argv) {
         return runParseCommand(args);
     if (command == "sites")
         return runSitesCommand(args);
+    if (command == "run")
+        return runRunCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
