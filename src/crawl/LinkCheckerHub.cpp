@@ -57,6 +57,7 @@ void LinkCheckerHub::startNewCrawl() {
 
     soft404Array =
         KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
+    readIntakeSettings();
 
     QString url = config.getUrlOfSelectedSite();
     if (url.isEmpty())
@@ -130,6 +131,7 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
 bool LinkCheckerHub::getNextUrlToCrawl() {
     bool result = false;
     const int cap = int(config.doubleForKey("numberOfThreads"));
+    const double delay = config.doubleForKey("delay");
     while (!stopPressedFlag && (numberOfThreadsDetached < cap || numberOfThreadsDetached == 0)) {
         ItemPtr record = lfDataSource::getnthItem(nextUrlToCrawl);
         if (!record) {
@@ -146,7 +148,6 @@ bool LinkCheckerHub::getNextUrlToCrawl() {
         }
         ++nextUrlToCrawl;
         // Even a delay of 0 goes through the event loop, so the send happens after this pass.
-        const double delay = config.doubleForKey("delay");
         const quint64 generation = crawlGeneration;
         QTimer::singleShot(int(std::max(0.0, delay) * 1000), this, [this, record, generation] {
             if (generation == crawlGeneration)

@@ -145,9 +145,18 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base, bool pageNeededEscaping,
                     const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
 
+    // The settings that link intake consults for every link, read once per page: a change made
+    // during a crawl takes effect from the next page on.
+    struct IntakeSettings {
+        bool followQuerystring = false, ignoreSlash = false, hashIsBad = false, ignoreSubdomain = false,
+             blacklistByRobotsTxt = false, sitemapOnly = false, checkImages = false, trimSpaces = false;
+    };
+    void readIntakeSettings();
+
     KestConfigManager& config;
     Preferences& preferences;
     UserInterface& ui;
+    IntakeSettings intake;
 
     int nextUrlToCrawl = 0;
     int numberOfThreadsDetached = 0;

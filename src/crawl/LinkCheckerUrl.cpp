@@ -73,12 +73,10 @@ void LinkCheckerUrl::setRedir(const QString& url) {
     setActualLinkUrl();
 }
 
+// The URL as requested is kept ready made: every occurrence of a link on this page shares it.
 void LinkCheckerUrl::setActualLinkUrl() {
     actualLinkUrl = nssredir.isEmpty() ? nsslinkUrl : nssredir;
-}
-
-QString LinkCheckerUrl::getActualLinkUrl() const {
-    return slashTrimmed || redirSlashTrimmed ? actualLinkUrl + "/" : actualLinkUrl;
+    requestedUrl = slashTrimmed || redirSlashTrimmed ? actualLinkUrl + "/" : actualLinkUrl;
 }
 
 QString LinkCheckerUrl::getLinkUrlForTesting() const {

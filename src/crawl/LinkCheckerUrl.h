@@ -36,7 +36,7 @@ class LinkCheckerUrl : public KestDataObject,
     const QString& getLinkurl() const { return nsslinkUrl; }
     const QString& getRedir() const { return nssredir; }
     const QString& getActualurl() const { return actualLinkUrl; }
-    QString getActualLinkUrl() const;
+    const QString& getActualLinkUrl() const { return requestedUrl; }
     QString getLinkUrlForTesting() const;
     bool directoryTooHigh() const;
     int getDirectoryDepth() const;
@@ -229,6 +229,7 @@ class LinkCheckerUrl : public KestDataObject,
     QString nsslinkUrl;
     QString nssredir;
     QString actualLinkUrl;
+    QString requestedUrl;
     QString status;
     QString linkText;
     QString linkPageTitle;

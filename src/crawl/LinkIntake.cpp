@@ -31,6 +31,17 @@ QUrl resolveLink(const QUrl& base, const QString& link, bool& neededEscaping) {
 
 } // namespace
 
+void LinkCheckerHub::readIntakeSettings() {
+    intake.followQuerystring = config.flagForKey("followQuerystring");
+    intake.ignoreSlash = config.flagForKey("ignoreSlash");
+    intake.hashIsBad = config.flagForKey("KestreliaHashIsBad");
+    intake.ignoreSubdomain = preferences.boolValue("ignoreSubdomain");
+    intake.blacklistByRobotsTxt = config.flagForKey("blacklistByRobotsTxt");
+    intake.sitemapOnly = config.flagForKey("KestreliaSitemapOnly");
+    intake.checkImages = getCheckImages();
+    intake.trimSpaces = shouldTrimSpaces();
+}
+
 LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QString& url,
                                                                      const LinkCheckerUrl* ignore,
                                                                      bool internal) const {
@@ -45,12 +56,12 @@ LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QStri
     const qsizetype hash = key.indexOf('#');
     if (hash >= 0)
         key.truncate(hash);
-    if (internal && config.flagForKey("followQuerystring")) {
+    if (internal && intake.followQuerystring) {
         const qsizetype query = key.indexOf('?');
         if (query >= 0)
             key.truncate(query);
     }
-    if (config.flagForKey("ignoreSlash") && key.endsWith('/'))
+    if (intake.ignoreSlash && key.endsWith('/'))
         key.chop(1);
     LinkCheckerUrlPtr found = lookupDictionary.value(key);
     return found.get() == ignore ? nullptr : found;
@@ -101,6 +112,7 @@ bool LinkCheckerHub::isFollowBlacklisted(LinkCheckerUrl& page) const {
 }
 
 void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
+    readIntakeSettings();
     auto closing = [&] {
         if (!shouldCacheData())
             page->clearData();
@@ -119,7 +131,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     }
     if (weHaveThisOneAlreadyIgnoreInternal(page->getRedir(), page.get(), page->isInternal()))
         return closing();
-    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, preferences.boolValue("ignoreSubdomain")))
+    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, intake.ignoreSubdomain))
         return closing();
     if (singlePage && lfDataSource::getnthItem(0) != page)
         return closing();
@@ -164,7 +176,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         const QString canonical = parser->getCanonical().value_or(QString());
         if (!canonical.isEmpty())
             page->setCanonical(pageUrl.resolved(QUrl(canonical)).toString());
-        link = parser->getNextHrefTrim(getCheckImages(), shouldTrimSpaces());
+        link = parser->getNextHrefTrim(intake.checkImages, intake.trimSpaces);
     }
 
     if (weHaveThisTitleAlready(*page))
@@ -181,7 +193,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         const QString text = parser->getLinkText().value_or(QString(""));
         takeInLink(page, base, pageNeededEscaping, *link, text, parser->lastLinkWasNofollow(),
                    parser->getHeadContainsNoFollow());
-        link = parser->getNextHrefTrim(getCheckImages(), shouldTrimSpaces());
+        link = parser->getNextHrefTrim(intake.checkImages, intake.trimSpaces);
     }
     page->setWordCount(parser->getWordCount());
     parser->curlUpAndDie();
@@ -194,7 +206,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
     QString link = rawLink;
     if (link.size() > 2 && link.startsWith("./"))
         link = link.mid(2);
-    const bool hashIsBad = config.flagForKey("KestreliaHashIsBad");
+    const bool hashIsBad = intake.hashIsBad;
     const bool hashOrEmpty = link == "#" || link.isEmpty();
 
     bool linkNeededEscaping = false;
@@ -255,7 +267,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
         return;
     auto record = std::make_shared<LinkCheckerUrl>(this);
     record->setIsInternal(internal);
-    record->setLinkUrlTrimQuery(absolute, config.flagForKey("followQuerystring"));
+    record->setLinkUrlTrimQuery(absolute, intake.followQuerystring);
     record->setLinkText(linkText);
     record->addOnPageUrl(page->getActualLinkUrl());
     record->addOnPageName(page->getLinkPageTitle());
@@ -266,14 +278,14 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
         record->setIsBlacklisted(true);
         incNumberDone(record);
     }
-    if (config.flagForKey("blacklistByRobotsTxt")) {
+    if (intake.blacklistByRobotsTxt) {
         if (UrlRules::stringContainsOneOfTheseTerms(absolute, robotsBlacklistArray ? &*robotsBlacklistArray
                                                                                    : nullptr)) {
             record->setStatus("Disallowed by robots.txt");
             record->setIsBlacklisted(true);
             incNumberDone(record);
         }
-    } else if (url.scheme() == "ftp" || (!internal && config.flagForKey("KestreliaSitemapOnly"))) {
+    } else if (url.scheme() == "ftp" || (!internal && intake.sitemapOnly)) {
         record->setStatus("Not checked");
         incNumberDone(record);
     }

@@ -355,9 +355,19 @@ void myNSURLConnection::Transfer::restart() {
     driver.add(this);
 }
 
+// A finished or cancelled transfer gives its curl handle back at once: records outlive their
+// requests by the whole crawl, and a handle is several kilobytes.
 void myNSURLConnection::Transfer::detach() {
     cancelled = true;
     CurlDriver::instance().forget(this);
+    if (easy) {
+        curl_easy_cleanup(easy);
+        easy = nullptr;
+    }
+    curl_slist_free_all(headerList);
+    headerList = nullptr;
+    pending = QByteArray();
+    heldBody = QByteArray();
 }
 
 size_t myNSURLConnection::Transfer::onHeader(char* buffer, size_t size, size_t count, void* self) {
