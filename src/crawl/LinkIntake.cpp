@@ -311,8 +311,12 @@ void LinkCheckerHub::readRobotsTxt() {
     robotsBlacklistArray = QStringList();
     if (domains.isEmpty())
         return;
+    // Asked of the first domain over plain http; a site on a port of its own is asked on that port.
+    const QUrl start(lfDataSource::getnthItem(0)->getActualLinkUrl());
+    const QString authority =
+        start.port() >= 0 ? QString("%1:%2").arg(domains.first()).arg(start.port()) : domains.first();
     const SyncFetchResult robots =
-        fetchSynchronously(StartProbes::robotsTxtAddress(domains.first()), userAgent(), getTimeoutInterval());
+        fetchSynchronously(StartProbes::robotsTxtAddress(authority), userAgent(), getTimeoutInterval());
     if (!robots.error.isEmpty() || robots.status >= 400)
         return;
     robotsBlacklistArray = StartProbes::parseRobotsTxt(QString::fromUtf8(robots.body));

@@ -1,0 +1,281 @@
+// Whole-site crawls of small fixture sites served by the local test server.
+#include "support/CrawlFixture.h"
+#include "support/QtPrinting.h"
+#include "support/TestServer.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+QByteArray page(const QString& title, const QString& body) {
+    return QString("<html><head><title>%1</title></head><body>%2</body></html>").arg(title, body).toUtf8();
+}
+
+QStringList urlsOf(const Crawl& crawl) {
+    QStringList urls;
+    for (qsizetype i = 0; i < crawl.hub.count(); ++i)
+        urls.append(crawl.hub.getnthofAllItems(i)->getLinkUrl());
+    return urls;
+}
+
+} // namespace
+
+TEST(LinkIntake, RecordsFoldDuplicatesAndKeepFirstDistance) {
+    TestServer server;
+    server.addPage("/",
+                   page("Home",
+                        "<a href=\"/a.html\">A one</a> <a href=\"a.html\">A two</a>"
+                        "<a href=\"/b.html\">B</a> <a href=\"/x.html#!/one\">app</a>"
+                        "<a href=\"page.html?call=tel:123\">phone</a> <a href=\"mailto:me@x.org\">mail</a>"));
+    server.addPage("/a.html", page("A", "<a href=\"/c.html\">C from A</a> <a href=\"/\">home</a>"));
+    server.addPage("/b.html",
+                   page("B", "<a href=\"/a.html\">A from B</a> <a href=\"/x.html#!/one\">app again</a>"));
+    server.addPage("/c.html",
+                   page("C", "<a href=\"/b.html\">B from C</a> <a href=\"/missing.html\">gone</a>"));
+    server.addPage("/x.html", page("X", ""));
+    Crawl crawl(server.url("/"));
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+
+    const auto a = crawl.find(server.url("/a.html"));
+    ASSERT_TRUE(a);
+    EXPECT_EQ(a->getOnPageLinkTextArray(), QStringList({"A one", "A two", "A from B"}));
+    EXPECT_EQ(a->getOnPageNameArray(), QStringList({"Home", "Home", "B"}));
+    EXPECT_EQ(a->getOnPageUrlArray().size(), 3);
+    EXPECT_EQ(a->getDistanceFromHome(), 1);
+    EXPECT_EQ(crawl.hub.numberOfLinksOnThisPage(server.url("/")), 4);
+    EXPECT_EQ(crawl.find(server.url("/c.html"))->getDistanceFromHome(), 2);
+    EXPECT_EQ(crawl.find(server.url("/missing.html"))->getStatus(), "404 not found");
+    EXPECT_EQ(crawl.find(server.url("/c.html"))->getLinkPageTitle(), "C");
+
+    // A hash-bang link is never taken for a known one: each occurrence is a record.
+    EXPECT_EQ(urlsOf(crawl).count(server.url("/x.html#!/one")), 2);
+    // Telephone and mail links make no record, even in a query.
+    for (const QString& url : urlsOf(crawl)) {
+        EXPECT_FALSE(url.contains("tel:")) << url.toStdString();
+        EXPECT_FALSE(url.contains("mailto:")) << url.toStdString();
+    }
+    // The start page is requested for the encoding probe and once by the crawl; no page twice more.
+    EXPECT_EQ(server.requestsFor("/a.html").size(), 1);
+    EXPECT_EQ(crawl.hub.getBadCollectionCount(), 1);
+}
+
+TEST(LinkIntake, ErrorPagesAndLimits) {
+    TestServer server;
+    server.addPage("/", page("Home", "<a href=\"/broken\">broken</a> <a href=\"/deep1\">deep</a>"));
+    server.addPage("/broken", page("Gone", "<a href=\"/from-error\">x</a>"), "text/html", 404);
+    server.addPage("/deep1", page("D1", "<a href=\"/deep2\">d2</a>"));
+    server.addPage("/deep2", page("D2", "<a href=\"/deep3\">d3</a>"));
+    server.addPage("/deep3", page("D3", ""));
+    server.addPage("/from-error", page("E", ""));
+
+    struct Case {
+        const char* name;
+        bool errorPages;
+        int levels;
+        QStringList present;
+        QStringList absent;
+    };
+    const Case cases[] = {
+        {"defaults", false, 100, {"/deep3"}, {"/from-error"}},
+        {"links of error pages", true, 100, {"/from-error", "/deep3"}, {}},
+        {"levels limit 0", false, 0, {"/broken", "/deep1"}, {"/deep2", "/from-error"}},
+        {"levels limit 1", false, 1, {"/deep2"}, {"/deep3"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Crawl crawl(server.url("/"));
+        crawl.config.setValueForKey("checkErrorPages", c.errorPages ? "YES" : "NO");
+        crawl.preferences.setValue("levelslimit", c.levels);
+        crawl.hub.go();
+        ASSERT_TRUE(crawl.runToEnd());
+        for (const QString& path : c.present)
+            EXPECT_TRUE(crawl.find(server.url(path))) << path.toStdString();
+        for (const QString& path : c.absent)
+            EXPECT_FALSE(crawl.find(server.url(path))) << path.toStdString();
+    }
+}
+
+TEST(LinkIntake, LinksLimitReachedWhileRequestsAreInFlight) {
+    TestServer server;
+    QString links;
+    for (int i = 0; i < 30; ++i) {
+        const QString path = QString("/p%1").arg(i);
+        server.addPage(path, page(path, "<a href=\"/more\">more</a>"));
+        server.setResponseDelay(path, 50);
+        links += QString("<a href=\"%1\">%1</a>").arg(path);
+    }
+    server.addPage("/", page("Home", links));
+    Crawl crawl(server.url("/"));
+    crawl.preferences.setValue("linkslimit", 10);
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    EXPECT_EQ(crawl.hub.count(), 10);
+    EXPECT_EQ(crawl.hub.getNumberDone(), 10u);
+    EXPECT_TRUE(crawl.hub.isCrawlFinished());
+    EXPECT_TRUE(crawl.ui.alerts.isEmpty());
+}
+
+TEST(LinkIntake, UniqueTitlesFollowOnlyTheFirstPageOfATitle) {
+    TestServer server;
+    server.addPage("/", page("Home", "<a href=\"/one\">1</a>"));
+    server.addPage("/one", page("Same", "<a href=\"/two\">2</a>"));
+    server.addPage("/two", page("Same", "<a href=\"/three\">3</a>"));
+    server.addPage("/three", page("Other", ""));
+    Crawl crawl(server.url("/"));
+    crawl.config.setValueForKey("uniqueTitles", "YES");
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.find(server.url("/two")));
+    EXPECT_EQ(crawl.find(server.url("/two"))->getStatus(), "200 no error");
+    EXPECT_FALSE(crawl.find(server.url("/three")));
+}
+
+TEST(LinkIntake, RuleLists) {
+    TestServer server;
+    server.addPage("/index.html", page("Start", "<a href=\"/private/a\">a</a> <a href=\"/shop/b\">b</a>"
+                                                "<a href=\"/docs/c\">c</a>"));
+    server.addPage("/private/a", page("A", "<a href=\"/from-a\">x</a>"));
+    server.addPage("/shop/b", page("B", "<a href=\"/from-b\">x</a>"));
+    server.addPage("/docs/c", page("C", "<a href=\"/from-c\">x</a>"));
+    for (const char* path : {"/from-a", "/from-b", "/from-c"})
+        server.addPage(path, page("leaf", ""));
+
+    struct Case {
+        const char* name;
+        QStringList checkBlacklist, followBlacklist, whitelist;
+        QStringList requested, notRequested, found, notFound;
+    };
+    const Case cases[] = {
+        {"do not check", {"private"}, {}, {}, {"/shop/b"}, {"/private/a"}, {"/from-b"}, {"/from-a"}},
+        {"do not follow", {}, {"shop"}, {}, {"/shop/b"}, {}, {"/from-a", "/from-c"}, {"/from-b"}},
+        {"only follow, start spared",
+         {},
+         {},
+         {"docs"},
+         {"/private/a", "/shop/b"},
+         {},
+         {"/from-c"},
+         {"/from-a", "/from-b"}},
+        {"one-letter term checks everything", {"a"}, {}, {}, {"/private/a"}, {}, {}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        server.resetRecords();
+        Crawl crawl(server.url("/index.html"));
+        crawl.config.setCheckBlacklistArray(c.checkBlacklist);
+        crawl.config.setFollowBlacklistArray(c.followBlacklist);
+        crawl.config.setFollowWhitelistArray(c.whitelist);
+        crawl.hub.go();
+        ASSERT_TRUE(crawl.runToEnd());
+        for (const QString& path : c.requested)
+            EXPECT_FALSE(server.requestsFor(path).isEmpty()) << path.toStdString();
+        for (const QString& path : c.notRequested) {
+            EXPECT_TRUE(server.requestsFor(path).isEmpty()) << path.toStdString();
+            EXPECT_EQ(crawl.find(server.url(path))->getStatus(), "Not checked");
+            EXPECT_TRUE(crawl.find(server.url(path))->isBlacklisted());
+        }
+        for (const QString& path : c.found)
+            EXPECT_TRUE(crawl.find(server.url(path))) << path.toStdString();
+        for (const QString& path : c.notFound)
+            EXPECT_FALSE(crawl.find(server.url(path))) << path.toStdString();
+    }
+}
+
+TEST(LinkIntake, RobotsTxtDisallowsForTheFirstGroupThatIsOurs) {
+    TestServer server;
+    server.addPage(
+        "/robots.txt",
+        "User-agent: *\nDisallow: /secret\nDisallow: /\n\nUser-agent: Googlebot\nDisallow: /public\n",
+        "text/plain");
+    server.addPage("/", page("Home", "<a href=\"/secret/x\">s</a> <a href=\"/public/y\">p</a>"));
+    server.addPage("/public/y", page("P", ""));
+    Crawl crawl(server.url("/"));
+    crawl.config.setValueForKey("blacklistByRobotsTxt", "YES");
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    EXPECT_EQ(crawl.find(server.url("/secret/x"))->getStatus(), "Disallowed by robots.txt");
+    EXPECT_TRUE(server.requestsFor("/secret/x").isEmpty());
+    // "Disallow: /" is one character long and so bars nothing; the Google group came too late.
+    EXPECT_EQ(crawl.find(server.url("/public/y"))->getStatus(), "200 no error");
+}
+
+TEST(LinkIntake, StartRedirectedToAnotherHostMovesTheDomain) {
+    TestServer server;
+    const QString target = QString("http://localhost:%1/home").arg(server.port());
+    server.addRedirect("/", target);
+    server.addPage("/home", page("Home", "<a href=\"/inside\">in</a>"));
+    server.addPage("/inside", page("Inside", "<a href=\"/deeper\">deeper</a>"));
+    server.addPage("/deeper", page("Deeper", ""));
+    Crawl crawl(server.url("/"));
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    EXPECT_EQ(crawl.hub.getDomains(), QStringList({"localhost"}));
+    const auto inside = crawl.find(QString("http://localhost:%1/inside").arg(server.port()));
+    ASSERT_TRUE(inside);
+    EXPECT_TRUE(inside->isInternal());
+    EXPECT_TRUE(crawl.find(QString("http://localhost:%1/deeper").arg(server.port())));
+}
+
+TEST(LinkIntake, ExternalPagesAreReadForSoft404ButNeverParsed) {
+    TestServer server;
+    const QString external = QString("http://localhost:%1").arg(server.port());
+    server.addPage(
+        "/",
+        page("Home", QString("<a href=\"%1/gone\">ext</a> <a href=\"/local-gone\">local</a>").arg(external)));
+    server.addPage("/gone", page("Sorry", "This page was not found. <a href=\"/from-external\">x</a>"));
+    server.addPage("/local-gone", page("Oops", "Sorry, page not found here."));
+    Crawl crawl(server.url("/"));
+    crawl.preferences.setValue("soft404Button", true);
+    crawl.preferences.setValue("soft404Terms", "page not found\nnot found");
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    const auto ext = crawl.find(external + "/gone");
+    ASSERT_TRUE(ext);
+    EXPECT_FALSE(ext->isInternal());
+    EXPECT_EQ(ext->getStatus(), "404 'soft 404' < 200 no error");
+    EXPECT_EQ(ext->getColour(), 3);
+    EXPECT_FALSE(crawl.find(server.url("/from-external")));
+    EXPECT_FALSE(crawl.find(external + "/from-external"));
+    EXPECT_EQ(crawl.find(server.url("/local-gone"))->getStatus(), "404 'soft 404' < 200 no error");
+}
+
+TEST(LinkIntake, PlainTextAndSitemapStarts) {
+    TestServer server;
+    server.addPage("/one", page("One", "<a href=\"/child\">child</a>"));
+    server.addPage("/two", page("Two", ""));
+    server.addPage("/child", page("Child", ""));
+    server.addPage(
+        "/sitemap.xml",
+        QString("<?xml version=\"1.0\"?><urlset><url><loc>%1</loc></url><url><loc>%2</loc></url></urlset>")
+            .arg(server.url("/one"), server.url("/two"))
+            .toUtf8(),
+        "application/xml");
+
+    QTemporaryDir dir;
+    QFile list(dir.filePath("urls.txt"));
+    ASSERT_TRUE(list.open(QIODevice::WriteOnly));
+    list.write(
+        (server.url("/one") + "\n" + QString("http://localhost:%1/two").arg(server.port()) + "\n").toUtf8());
+    list.close();
+
+    Crawl plain(QUrl::fromLocalFile(list.fileName()).toString());
+    plain.hub.go();
+    ASSERT_TRUE(plain.runToEnd());
+    EXPECT_TRUE(plain.hub.isPlainTextMode());
+    ASSERT_TRUE(plain.find(server.url("/one")));
+    EXPECT_EQ(plain.find(server.url("/one"))->getStatus(), "200 no error");
+    // Every host of the list counts as internal, so both are followed.
+    EXPECT_TRUE(plain.hub.getDomains().contains("localhost"));
+    EXPECT_TRUE(plain.find(server.url("/child")));
+
+    Crawl sitemap(server.url("/sitemap.xml"));
+    sitemap.hub.go();
+    ASSERT_TRUE(sitemap.runToEnd());
+    ASSERT_TRUE(sitemap.find(server.url("/two")));
+    EXPECT_EQ(sitemap.find(server.url("/one"))->getDistanceFromHome(), 1);
+    EXPECT_EQ(sitemap.find(server.url("/two"))->getStatus(), "200 no error");
+    EXPECT_TRUE(sitemap.find(server.url("/child")));
+}
