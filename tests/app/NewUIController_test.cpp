@@ -1,0 +1,582 @@
+// The five steps of the main window, driven without a window: sites are local pages, so the
+// crawls that some tasks start need no server.
+#include "app/AppDelegate.h"
+#include "app/NewUIController.h"
+#include "config/SiteStore.h"
+#include "platform/Plist.h"
+#include "support/RecordingUserInterface.h"
+#include "support/TempHome.h"
+
+#include "support/QtPrinting.h"
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QTimer>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+// Answers alerts with a chosen button.
+class AnsweringUserInterface : public RecordingUserInterface {
+  public:
+    int alert(const QString& title, const QString& text, const QStringList& buttons) override {
+        RecordingUserInterface::alert(title, text, buttons);
+        alertButtons.append(buttons);
+        return answer;
+    }
+    int answer = 0;
+    QList<QStringList> alertButtons;
+};
+
+class NewUIControllerTest : public testing::Test {
+  protected:
+    TempHome home;
+    AnsweringUserInterface ui;
+    std::unique_ptr<AppDelegate> app;
+    std::unique_ptr<NewUIController> controller;
+    QString pageA;
+
+    void SetUp() override {
+        pageA = writePage("a.html");
+        QDir().mkpath(SiteStore::storePath());
+        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename("a"), {{"url", pageA}, {"name", "A"}}));
+        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename("b"), {{"url", pageA}, {"name", "B"}}));
+    }
+
+    QString writePage(const QString& name) {
+        const QString path = home.path() + "/pages/" + name;
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(
+            "<html><head><title>t</title></head><body><a href=\"missing.html\">gone</a></body></html>");
+        return QUrl::fromLocalFile(path).toString();
+    }
+
+    // Starts the program as the window does, with "a" selected unless told otherwise.
+    void start(const QString& selected = "a") {
+        Preferences().setValueAndStore("newUISelectedFilename", selected);
+        app = std::make_unique<AppDelegate>(ui);
+        controller = std::make_unique<NewUIController>(*app, ui);
+        ui.onResults = [this](int action) { controller->displayResults(action); };
+        app->awakeFromNib();
+        app->applicationDidFinishLaunching();
+    }
+
+    KestConfigManager& config() { return app->getConfigManager(); }
+    LinkCheckerHub& hub() { return app->getHub(); }
+
+    // Runs the event loop until the crawl's results have been shown.
+    bool runToResults() {
+        QEventLoop loop;
+        auto previous = ui.onResults;
+        ui.onResults = [&](int action) {
+            previous(action);
+            loop.quit();
+        };
+        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+        loop.exec();
+        ui.onResults = previous;
+        return hub().isCrawlFinished();
+    }
+
+    // Puts the window on a step by the user's own route.
+    void goToStep(const QString& step) {
+        controller->sites();
+        if (step == "1")
+            return;
+        controller->next();
+        if (step == "2")
+            return;
+        controller->next();
+        if (step == "5")
+            controller->results();
+        if (step == "4")
+            controller->selectTabViewItemWithIdentifier("4");
+    }
+
+    std::pair<bool, bool> moves() const {
+        return {controller->previousButtonEnabled, controller->nextButtonEnabled};
+    }
+};
+
+} // namespace
+
+TEST_F(NewUIControllerTest, StartingPanel) {
+    start("a");
+    EXPECT_EQ(controller->getSelectedTab(), "3");
+    EXPECT_EQ(moves(), std::make_pair(true, false));
+    EXPECT_EQ(controller->getWindowTitle(), "A : tasks");
+    app.reset();
+
+    start("");
+    EXPECT_EQ(controller->getSelectedTab(), "1");
+    EXPECT_EQ(moves(), std::make_pair(false, false));
+    EXPECT_EQ(controller->getWindowTitle(), "sites");
+}
+
+// A settings file handed over at launch leaves the step to the unattended start: progress.
+TEST_F(NewUIControllerTest, StartingPanelWithOpenedFileGoesToProgress) {
+    Preferences().setValueAndStore("newUISelectedFilename", "a");
+    app = std::make_unique<AppDelegate>(ui);
+    controller = std::make_unique<NewUIController>(*app, ui);
+    ui.onResults = [this](int action) { controller->displayResults(action); };
+    app->awakeFromNib();
+    const QString scan = SiteStore::pathForFilename("Trellium5ScanA.lcsettings");
+    ASSERT_TRUE(Plist::writeFile(scan, {{"url", pageA}}));
+    app->applicationOpenFile(scan);
+    app->applicationDidFinishLaunching();
+    EXPECT_EQ(controller->getSelectedTab(), "4");
+    EXPECT_EQ(moves(), std::make_pair(false, false));
+    EXPECT_FALSE(controller->newAndOpenConnected);
+    ASSERT_TRUE(runToResults());
+}
+
+TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
+    struct Row {
+        const char* from;
+        const char* event;
+        const char* to;
+        std::pair<bool, bool> movesBefore; // the buttons are set to these before the event
+        std::pair<bool, bool> movesAfter;
+    };
+    const Row rows[] = {
+        {"1", "next", "2", {false, true}, {true, true}},
+        {"1", "next", "2", {false, false}, {true, false}},
+        {"2", "next", "3", {true, true}, {true, false}},
+        {"2", "next", "3", {false, true}, {false, false}},
+        {"2", "previous", "1", {true, true}, {false, true}},
+        {"2", "previous", "1", {true, false}, {false, false}},
+        {"3", "previous", "2", {true, false}, {true, true}},
+        {"3", "previous", "2", {false, false}, {false, true}},
+        {"4", "previous", "3", {true, false}, {true, false}},
+        {"5", "previous", "3", {true, false}, {true, false}},
+        {"2", "sites", "1", {true, false}, {false, true}},
+        {"5", "sites", "1", {true, false}, {false, true}},
+        {"1", "settings", "2", {false, false}, {true, true}},
+        {"4", "settings", "2", {false, false}, {true, true}},
+        {"1", "jobSelection", "3", {false, true}, {true, false}},
+        {"5", "jobSelection", "3", {false, true}, {true, false}},
+        {"1", "results", "5", {false, true}, {true, false}},
+        {"3", "results", "5", {false, true}, {true, false}},
+        {"3", "open", "1", {true, false}, {false, true}},
+        {"4", "open", "1", {true, false}, {false, true}},
+        {"5", "continued", "4", {true, true}, {false, false}},
+        // Moves to the step that shows change nothing.
+        {"1", "sites", "1", {true, false}, {true, false}},
+        {"2", "settings", "2", {false, false}, {false, false}},
+        {"3", "jobSelection", "3", {false, true}, {false, true}},
+        {"5", "results", "5", {false, true}, {false, true}},
+    };
+    start("a");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.from) + " " + row.event);
+        goToStep(row.from);
+        ASSERT_EQ(controller->getSelectedTab(), row.from);
+        controller->previousButtonEnabled = row.movesBefore.first;
+        controller->nextButtonEnabled = row.movesBefore.second;
+        const QString event = row.event;
+        if (event == "next")
+            controller->next();
+        else if (event == "previous")
+            controller->previous();
+        else if (event == "sites")
+            controller->sites();
+        else if (event == "settings")
+            controller->settings();
+        else if (event == "jobSelection")
+            controller->jobSelection();
+        else if (event == "results")
+            controller->results();
+        else if (event == "open")
+            EXPECT_TRUE(controller->userWantsToOpenOrCreateASite());
+        else if (event == "continued")
+            controller->crawlHasContinued();
+        EXPECT_EQ(controller->getSelectedTab(), row.to);
+        EXPECT_EQ(moves(), row.movesAfter);
+    }
+}
+
+TEST_F(NewUIControllerTest, TitlesFollowTheStep) {
+    start("a");
+    const QList<QPair<QString, QString>> titles = {
+        {"1", "sites"}, {"2", "A : settings"}, {"3", "A : tasks"}, {"4", "A : scanning"}};
+    for (const auto& [step, title] : titles) {
+        goToStep(step);
+        EXPECT_EQ(controller->getWindowTitle(), title) << step.toStdString();
+    }
+}
+
+// Entering a step: keys, the new and open commands, and the spelling task.
+TEST_F(NewUIControllerTest, EnteringAStep) {
+    start("a");
+    struct Row {
+        const char* step;
+        bool keys;
+        bool newAndOpen;
+    };
+    for (const Row& row : {Row{"1", false, true}, Row{"2", true, true}, Row{"3", true, true},
+                           Row{"4", true, false}, Row{"5", true, true}}) {
+        goToStep(row.step);
+        EXPECT_EQ(controller->upDownKeysEnabled, row.keys) << row.step;
+        EXPECT_EQ(controller->goKeyEnabled, row.keys) << row.step;
+        EXPECT_EQ(controller->newAndOpenConnected, row.newAndOpen) << row.step;
+    }
+
+    for (const auto& [spelling, grammar, enabled] :
+         {std::tuple{"NO", "NO", false}, {"YES", "NO", true}, {"NO", "YES", true}}) {
+        goToStep("2");
+        config().setValueForKey("checkSpelling", spelling);
+        config().setValueForKey("checkGrammar", grammar);
+        controller->next();
+        EXPECT_EQ(controller->spellingButtonEnabled, enabled) << spelling << grammar;
+    }
+}
+
+// From step 2 both next and previous save the site first; other moves save as well.
+TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
+    start("a");
+    for (const char* move : {"next", "previous", "results"}) {
+        SCOPED_TRACE(move);
+        goToStep("2");
+        const QString value = QString::number(QString(move).size() + 3);
+        config().changeSetting("timeOut", value);
+        ASSERT_TRUE(config().isDocumentEdited());
+        EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
+        if (QString(move) == "next")
+            controller->next();
+        else if (QString(move) == "previous")
+            controller->previous();
+        else
+            controller->results();
+        EXPECT_EQ(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
+        EXPECT_FALSE(config().isDocumentEdited());
+    }
+    // Leaving another step writes nothing.
+    goToStep("3");
+    config().setValueForKey("timeOut", "99");
+    controller->results();
+    controller->previous();
+    EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), "99");
+}
+
+TEST_F(NewUIControllerTest, CrawlStateOnTheTaskStep) {
+    start("a");
+    // A site was selected at start: no results yet.
+    EXPECT_FALSE(controller->haveCrawledSelectedSite);
+    EXPECT_FALSE(controller->newCrawlButtonEnabled);
+    EXPECT_TRUE(controller->newCrawlButtonOn);
+    controller->setNewCrawlButton(false);
+    EXPECT_TRUE(controller->newCrawlButtonOn) << "the choice is not open without results";
+
+    controller->crawlHasFinished();
+    EXPECT_TRUE(controller->haveCrawledSelectedSite);
+    EXPECT_TRUE(controller->newCrawlButtonEnabled);
+    EXPECT_FALSE(controller->newCrawlButtonOn);
+
+    controller->settingsHaveChanged();
+    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_TRUE(controller->newCrawlButtonEnabled);
+    EXPECT_TRUE(controller->haveCrawledSelectedSite);
+
+    controller->crawlDidntGetOffGround();
+    EXPECT_TRUE(controller->haveCrawledSelectedSite);
+    EXPECT_FALSE(controller->newCrawlButtonEnabled);
+    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(controller->getSelectedTab(), "3");
+
+    goToStep("1");
+    controller->dataDidLoad();
+    EXPECT_TRUE(controller->haveCrawledSelectedSite);
+    EXPECT_TRUE(controller->newCrawlButtonEnabled);
+    EXPECT_FALSE(controller->newCrawlButtonOn);
+    EXPECT_EQ(controller->getSelectedTab(), "3");
+
+    // Selecting another site makes the choice unavailable until a crawl is done.
+    ASSERT_TRUE(config().selectSiteWithFilename("b"));
+    EXPECT_FALSE(controller->haveCrawledSelectedSite);
+    EXPECT_FALSE(controller->newCrawlButtonEnabled);
+    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_TRUE(controller->nextButtonEnabled);
+
+    // A search that hides the selected row closes Next.
+    config().filter("no such site");
+    EXPECT_FALSE(controller->nextButtonEnabled);
+    config().filter("");
+    EXPECT_TRUE(controller->nextButtonEnabled);
+}
+
+// The links task crawls, then shows the existing data at once while the choice is off; a
+// change of settings proposes a new crawl, and switching back shows the old data.
+TEST_F(NewUIControllerTest, LinksTaskCrawlsOnlyWhenAsked) {
+    start("a");
+    controller->handleControl(NewUIController::linksButton);
+    EXPECT_EQ(controller->getSelectedTab(), "4");
+    EXPECT_EQ(moves(), std::make_pair(false, false));
+    EXPECT_EQ(hub().getActionWhenFinished(), 1);
+    ASSERT_TRUE(runToResults());
+    EXPECT_EQ(ui.results, QList<int>{1});
+    EXPECT_EQ(controller->getSelectedTab(), "5");
+    EXPECT_EQ(controller->getWindowTitle(), "A : links");
+    EXPECT_FALSE(controller->newCrawlButtonOn);
+    const qsizetype records = hub().count();
+    ASSERT_EQ(records, 2);
+
+    struct Step {
+        const char* what;
+        bool changeSetting;
+        bool switchBack;
+        bool crawls;
+    };
+    for (const Step& step : {Step{"no change", false, false, false}, Step{"changed", true, false, true},
+                             Step{"changed, switched back", true, true, false}}) {
+        SCOPED_TRACE(step.what);
+        ui.results.clear();
+        controller->jobSelection();
+        if (step.changeSetting)
+            config().changeSetting("checkImages", config().flagForKey("checkImages") ? "NO" : "YES");
+        if (step.switchBack)
+            controller->setNewCrawlButton(false);
+        EXPECT_EQ(controller->newCrawlButtonOn, step.crawls);
+        controller->handleControl(NewUIController::linksButton);
+        if (step.crawls) {
+            EXPECT_EQ(controller->getSelectedTab(), "4");
+            EXPECT_NE(hub().getCrawlState(), LinkCheckerHub::CrawlState::Finished);
+            ASSERT_TRUE(runToResults());
+        } else {
+            EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Finished);
+        }
+        EXPECT_EQ(ui.results, QList<int>{1});
+        EXPECT_EQ(controller->getSelectedTab(), "5");
+    }
+}
+
+// With a paused crawl, previous from step 5 goes back to progress, not to the tasks.
+TEST_F(NewUIControllerTest, PreviousFromResultsWhilePaused) {
+    start("a");
+    controller->handleControl(NewUIController::linksButton);
+    hub().stop();
+    controller->crawlHasPaused();
+    EXPECT_EQ(controller->getSelectedTab(), "4");
+    EXPECT_EQ(moves(), std::make_pair(true, false));
+    EXPECT_TRUE(controller->partialResultsMenuItemEnabled());
+    controller->partialResultsMenuItem();
+    EXPECT_EQ(controller->getSelectedTab(), "5");
+    EXPECT_EQ(controller->getResultsView(), "linksResultsView");
+    EXPECT_FALSE(controller->haveCrawledSelectedSite) << "partial results are not a finish";
+    controller->previous();
+    EXPECT_EQ(controller->getSelectedTab(), "4");
+
+    // A paused crawl is replaced by a new one when a task starts.
+    controller->jobSelection();
+    controller->handleControl(NewUIController::linksButton);
+    ASSERT_TRUE(runToResults());
+    controller->previous();
+    EXPECT_EQ(controller->getSelectedTab(), "3");
+    EXPECT_FALSE(controller->partialResultsMenuItemEnabled());
+}
+
+TEST_F(NewUIControllerTest, DisplayResultsByAction) {
+    struct Row {
+        int action;
+        const char* view;
+        const char* title;
+        const char* windowContent;
+    };
+    const Row rows[] = {
+        {1, "linksResultsView", "A : links", "linksResultsView"},
+        {2, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
+        {7, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
+        {8, "spellingResultsView", "A : spelling & grammar", "spellingResultsView"},
+        {3, "seoResultsView", "A : SEO", "seoResultsView"},
+        {5, "validationResultsView", "A : HTML Validation", "validationResultsView"},
+        {18, "validationResultsView", "A : HTML Validation", "validationResultsView"},
+        {10, "orphanResultsView", "A : orphaned pages", "spellingResultsView"},
+    };
+    start("a");
+    QStringList shown, hidden;
+    controller->showResultsWindow = [&](const QString& kind) { shown.append(kind); };
+    controller->hideResultsWindow = [&](const QString& kind) { hidden.append(kind); };
+    Preferences& preferences = app->getPreferences();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.action);
+        preferences.setValue("displayTrelliumResults", "0");
+        goToStep("2");
+        controller->displayResults(row.action);
+        EXPECT_EQ(controller->getSelectedTab(), "5");
+        EXPECT_EQ(controller->getResultsView(), row.view);
+        EXPECT_EQ(controller->getWindowTitle(), row.title);
+        EXPECT_EQ(hidden.last(), row.view);
+        EXPECT_TRUE(controller->haveCrawledSelectedSite);
+
+        preferences.setValue("displayTrelliumResults", "1");
+        goToStep("4");
+        controller->haveCrawledSelectedSite = false;
+        const qsizetype before = shown.size();
+        controller->displayResults(row.action);
+        ASSERT_EQ(shown.size(), before + 1);
+        EXPECT_EQ(shown.last(), row.view);
+        EXPECT_EQ(controller->getResultsWindows().value(row.view), row.windowContent);
+        // The finish call at the end sends the main window back to the tasks.
+        EXPECT_EQ(controller->getSelectedTab(), "3");
+        EXPECT_TRUE(controller->haveCrawledSelectedSite);
+    }
+}
+
+TEST_F(NewUIControllerTest, KeyboardTaskRing) {
+    start("a");
+    const int last = int(NewUIController::goButtonArray.size()) - 1;
+    ASSERT_EQ(last, 9);
+    struct Row {
+        int from;
+        bool up;
+        int to;
+    };
+    for (const Row& row : {Row{-1, true, last}, Row{-1, false, 0}, Row{0, true, last}, Row{last, false, 0},
+                           Row{3, true, 2}, Row{3, false, 4}}) {
+        controller->taskTabPosition = row.from;
+        row.up ? controller->upArrow() : controller->downArrow();
+        EXPECT_EQ(controller->taskTabPosition, row.to) << row.from << (row.up ? " up" : " down");
+        EXPECT_TRUE(controller->focusRingShown);
+    }
+
+    // No keys on the site list, nor while a text field is edited; the arrows stay off on the
+    // site list when editing ends.
+    goToStep("1");
+    controller->taskTabPosition = 2;
+    controller->downArrow();
+    EXPECT_EQ(controller->taskTabPosition, 2);
+    controller->disableAllKeys();
+    controller->enableAllKeys();
+    EXPECT_FALSE(controller->upDownKeysEnabled);
+    EXPECT_TRUE(controller->goKeyEnabled);
+    goToStep("3");
+    controller->disableAllKeys();
+    controller->downArrow();
+    EXPECT_EQ(controller->taskTabPosition, 2);
+    controller->enableAllKeys();
+    EXPECT_TRUE(controller->upDownKeysEnabled);
+
+    // The go key presses the task with the ring, only on the task step, and hides the ring.
+    int searchPanels = 0;
+    controller->showPageSearchPanel = [&] { ++searchPanels; };
+    controller->taskTabPosition =
+        NewUIController::goButtonArray.indexOf(NewUIController::searchPagesStep1Button);
+    controller->focusRingShown = false;
+    controller->goKey();
+    EXPECT_EQ(searchPanels, 0) << "no ring, no press";
+    controller->focusRingShown = true;
+    controller->settings();
+    controller->goKey();
+    EXPECT_EQ(searchPanels, 0) << "not on the task step";
+    controller->jobSelection();
+    controller->goKey();
+    EXPECT_EQ(searchPanels, 1);
+    EXPECT_FALSE(controller->focusRingShown);
+}
+
+TEST_F(NewUIControllerTest, OrphanPanelAsksForIgnoredQuerystrings) {
+    start("a");
+    int dialogs = 0;
+    controller->showOrphanDialog = [&] { ++dialogs; };
+    struct Row {
+        const char* followQuerystring;
+        int answer;
+        int alerts;
+        int dialogs;
+    };
+    for (const Row& row : {Row{"NO", 0, 1, 0}, Row{"NO", 1, 1, 1}, Row{"YES", 0, 0, 1}}) {
+        SCOPED_TRACE(std::string(row.followQuerystring) + " " + std::to_string(row.answer));
+        ui.alerts.clear();
+        dialogs = 0;
+        config().setValueForKey("followQuerystring", row.followQuerystring);
+        config().setDocumentEdited(false);
+        ui.answer = row.answer;
+        controller->pressTaskButton(NewUIController::orphanButton);
+        ASSERT_EQ(ui.alerts.size(), row.alerts);
+        if (row.alerts) {
+            EXPECT_EQ(ui.alerts[0].first, "Ignore querystrings");
+            EXPECT_TRUE(
+                ui.alerts[0].second.startsWith("In your settings for this site, 'Ignore querystrings' is "
+                                               "not set."));
+            EXPECT_EQ(ui.alertButtons.last(), QStringList({"Cancel", "Continue"}));
+        }
+        EXPECT_EQ(dialogs, row.dialogs);
+        // Turned on unless cancelled, and never saved.
+        EXPECT_EQ(config().flagForKey("followQuerystring"), row.dialogs == 1);
+        EXPECT_FALSE(config().isDocumentEdited());
+    }
+    // Without FTP details that check out nothing starts.
+    controller->orphanSheetOK();
+    EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
+}
+
+TEST_F(NewUIControllerTest, ActionsButtonOpensTheScheduleOnSettings) {
+    start("a");
+    int panels = 0;
+    controller->showSchedulePanel = [&] { ++panels; };
+    controller->handleControl(NewUIController::actionsButton);
+    EXPECT_EQ(controller->getSelectedTab(), "2");
+    EXPECT_EQ(panels, 1);
+    EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
+}
+
+// Tasks that use existing results: which action each one takes when the choice is off.
+TEST_F(NewUIControllerTest, TasksWithExistingResults) {
+    start("a");
+    bool kickedOff = false;
+    controller->validationWasKickedOff = [&] { return kickedOff; };
+    struct Row {
+        NewUIController::Task task;
+        bool validationKickedOff;
+        int action;
+        const char* step; // where the window stands after the action shows nothing
+    };
+    for (const Row& row :
+         {Row{NewUIController::linksButton, false, 1, "5"},
+          Row{NewUIController::sitemapButton, false, 2, "5"}, Row{NewUIController::SEOButton, false, 3, "5"},
+          Row{NewUIController::validationButton, false, 5, "5"},
+          Row{NewUIController::validationButton, true, 18, "5"},
+          Row{NewUIController::spellingButton, false, 8, "5"},
+          Row{NewUIController::orphanButton, false, 10, "5"}}) {
+        SCOPED_TRACE(row.action);
+        controller->crawlHasFinished();
+        controller->jobSelection();
+        kickedOff = row.validationKickedOff;
+        ui.results.clear();
+        controller->handleControl(row.task);
+        EXPECT_EQ(ui.results, QList<int>{row.action});
+        EXPECT_EQ(controller->getSelectedTab(), row.step);
+        EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
+    }
+}
+
+// Turning the login on asks; only "Continue" records it. Turning it off records nothing.
+TEST_F(NewUIControllerTest, AuthenticationSwitchAsksFirst) {
+    start("a");
+    struct Row {
+        bool on;
+        int answer;
+        bool stays;
+        int alerts;
+        bool edited;
+    };
+    for (const Row& row :
+         {Row{true, 0, false, 1, false}, Row{true, 1, true, 1, true}, Row{false, 0, true, 0, false}}) {
+        SCOPED_TRACE(std::to_string(row.on) + " " + std::to_string(row.answer));
+        ui.alerts.clear();
+        config().setDocumentEdited(false);
+        ui.answer = row.answer;
+        EXPECT_EQ(controller->handleAuthenticationButton(row.on), row.stays);
+        ASSERT_EQ(ui.alerts.size(), row.alerts);
+        if (row.alerts) {
+            EXPECT_EQ(ui.alerts[0].first, "Warning - Authentication");
+        }
+        EXPECT_EQ(config().flagForKey("TrelliumAttemptAuthentication"), row.on && row.stays);
+        EXPECT_EQ(config().isDocumentEdited(), row.edited);
+    }
+}
