@@ -1,0 +1,193 @@
+#include "gui/PreferencesDialog.h"
+
+#include "config/Preferences.h"
+
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QIntValidator>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+// The agents a user can pick from; choosing one only fills in the agent text.
+const QList<QPair<const char*, const char*>> userAgents = {
+    {"Safari 7.1", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10_9_5) AppleWebKit/600.1.17 (KHTML, like Gecko) "
+                   "Version/7.1 Safari/537.85.10"},
+    {"Firefox 25.0", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10.6; rv:25.0) Gecko/20100101 Firefox/25.0"},
+    {"IE 10 / Windows", "Mozilla/5.0 (compatible; MSIE 10.0; Windows NT 6.1; WOW64; Trident/6.0)"},
+    {"Chrome 36.0", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10_9_2) AppleWebKit/537.36 (KHTML, like Gecko) "
+                    "Chrome/36.0.1944.0 Safari/537.36"},
+    {"Opera 11", "Opera/9.80 (Macintosh; Intel Mac OS X 10.6.8; U; fr) Presto/2.9.168 Version/11.52"},
+    {"Trellium", "Trellium/5"},
+};
+
+QFormLayout* page(QTabWidget* tabs, const QString& title) {
+    auto* widget = new QWidget;
+    auto* form = new QFormLayout(widget);
+    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setContentsMargins(16, 12, 16, 12);
+    tabs->addTab(widget, title);
+    return form;
+}
+
+} // namespace
+
+PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
+    : QDialog(parent), preferences(preferences_) {
+    setWindowTitle("Preferences");
+    setObjectName("preferences");
+    resize(620, 520);
+    auto* layout = new QVBoxLayout(this);
+    auto* tabs = new QTabWidget;
+    layout->addWidget(tabs);
+
+    auto notify = [this] {
+        if (changed)
+            changed();
+    };
+    // A switch stored as a boolean, or as "YES"/"NO" for the keys that are kept that way.
+    auto flag = [&](QFormLayout* form, const QString& key, const QString& label, const QString& tip,
+                    bool yesNo = false) {
+        auto* box = new QCheckBox(label);
+        box->setObjectName(key);
+        box->setToolTip(tip);
+        box->setChecked(preferences.boolValue(key));
+        form->addRow("", box);
+        connect(box, &QCheckBox::toggled, this, [this, key, yesNo, notify](bool on) {
+            preferences.setValue(key, yesNo ? QVariant(on ? "YES" : "NO") : QVariant(on));
+            notify();
+        });
+    };
+    auto text = [&](QFormLayout* form, const QString& key, const QString& label, const QString& tip,
+                    bool number = false) {
+        auto* edit = new QLineEdit(preferences.stringValue(key));
+        edit->setObjectName(key);
+        edit->setToolTip(tip);
+        if (number) {
+            edit->setValidator(new QIntValidator(1, 100000000, edit));
+            edit->setMaximumWidth(140);
+        }
+        form->addRow(label, edit);
+        connect(edit, &QLineEdit::textEdited, this, [this, key, edit, number] {
+            if (number && !edit->hasAcceptableInput())
+                return;
+            preferences.setValue(key, number ? QVariant(edit->text().toInt()) : QVariant(edit->text()));
+        });
+    };
+
+    QFormLayout* general = page(tabs, "General");
+    auto* results = new QComboBox;
+    results->setObjectName("displayTrelliumResults");
+    results->addItems({"In the main window", "In a window of their own"});
+    results->setCurrentIndex(preferences.intValue("displayTrelliumResults") == 1 ? 1 : 0);
+    general->addRow("Show results:", results);
+    connect(results, &QComboBox::currentIndexChanged, this,
+            [this](int index) { preferences.setValue("displayTrelliumResults", QString::number(index)); });
+    auto* titles = new QComboBox;
+    titles->setObjectName("KestreliaShowPageTitle");
+    titles->addItems({"Page URLs", "Page titles"});
+    titles->setCurrentIndex(preferences.intValue("KestreliaShowPageTitle") == 1 ? 1 : 0);
+    general->addRow("Name pages by:", titles);
+    connect(titles, &QComboBox::currentIndexChanged, this, [this, notify](int index) {
+        preferences.setValue("KestreliaShowPageTitle", QString::number(index));
+        notify();
+    });
+    flag(general, "dontShowTip", "Don't show tips", "Hide the tips shown at start.");
+
+    QFormLayout* crawl = page(tabs, "Crawling");
+    auto* agent = new QComboBox;
+    agent->setObjectName("userAgentString");
+    agent->setEditable(true);
+    for (const auto& [title, string] : userAgents)
+        agent->addItem(title, string);
+    agent->setEditText(preferences.stringValue("userAgentString"));
+    agent->setToolTip("What the crawler calls itself in every request. Pick a browser or type your own.");
+    crawl->addRow("User agent:", agent);
+    connect(agent, &QComboBox::activated, this, [this, agent](int index) {
+        agent->setEditText(agent->itemData(index).toString());
+        preferences.setValue("userAgentString", agent->currentText());
+    });
+    connect(agent, &QComboBox::editTextChanged, this,
+            [this](const QString& value) { preferences.setValue("userAgentString", value); });
+    flag(crawl, "ignoreSubdomain", "Subdomains are part of the site",
+         "Treat www.example.com and shop.example.com as one site.", true);
+    flag(crawl, "trimWhitespace", "Trim white space in links",
+         "Remove spaces around the addresses found in pages.", true);
+    flag(crawl, "flagBlacklisted", "Flag links excluded by rules",
+         "List links skipped by your rules among the "
+         "flagged ones.");
+    flag(crawl, "checkRobotstxt", "Read robots.txt", "Fetch the site's robots.txt at the start of a crawl.");
+    flag(crawl, "checkRobots", "Honour robots meta tags",
+         "Don't follow pages whose robots meta tag says nofollow.");
+    flag(crawl, "soft404Button", "Look for soft 404 pages",
+         "Mark pages that answer 200 but say that the page was not found.");
+    auto* terms = new QPlainTextEdit(preferences.stringValue("soft404Terms"));
+    terms->setObjectName("soft404Terms");
+    terms->setToolTip("One phrase a line; a page that contains one of them is a soft 404.");
+    terms->setMaximumHeight(110);
+    crawl->addRow("Soft 404 phrases:", terms);
+    connect(terms, &QPlainTextEdit::textChanged, this,
+            [this, terms] { preferences.setValue("soft404Terms", terms->toPlainText()); });
+    text(crawl, "linkslimit", "Most links per crawl:", "A crawl stops taking new links beyond this number.",
+         true);
+    text(crawl, "levelslimit",
+         "Deepest level followed:", "How many clicks from the starting page are followed.", true);
+
+    QFormLayout* colours = page(tabs, "Colours");
+    flag(colours, "LorraneDisplayLabels", "Colour rows by status",
+         "Tint each row of the link views by its status.");
+    for (const char* status : {"2xx", "3xx", "4xx", "5xx"}) {
+        auto* button = new QPushButton;
+        button->setObjectName(QString("colour%1").arg(status));
+        const QString prefix = QString("Lorrane%1Colour").arg(status);
+        auto paint = [this, button, prefix] {
+            const QColor c = QColor::fromRgbF(float(preferences.value(prefix + "R").toDouble()),
+                                              float(preferences.value(prefix + "G").toDouble()),
+                                              float(preferences.value(prefix + "B").toDouble()),
+                                              float(preferences.value(prefix + "A").toDouble()));
+            button->setText(c.name(QColor::HexArgb));
+            button->setStyleSheet(QString("background-color: %1;").arg(c.name(QColor::HexArgb)));
+        };
+        paint();
+        connect(button, &QPushButton::clicked, this, [this, prefix, paint, notify] {
+            const QColor now = QColor::fromRgbF(float(preferences.value(prefix + "R").toDouble()),
+                                                float(preferences.value(prefix + "G").toDouble()),
+                                                float(preferences.value(prefix + "B").toDouble()),
+                                                float(preferences.value(prefix + "A").toDouble()));
+            const QColor c = QColorDialog::getColor(now, this, "Row colour", QColorDialog::ShowAlphaChannel);
+            if (!c.isValid())
+                return;
+            preferences.setValue(prefix + "R", float(c.redF()));
+            preferences.setValue(prefix + "G", float(c.greenF()));
+            preferences.setValue(prefix + "B", float(c.blueF()));
+            preferences.setValue(prefix + "A", float(c.alphaF()));
+            paint();
+            notify();
+        });
+        colours->addRow(QString("%1 rows:").arg(status), button);
+    }
+
+    QFormLayout* jobs = page(tabs, "Other jobs");
+    text(jobs, "validationURL",
+         "Validator address:", "The W3C Markup Validator service that checks your HTML.");
+    text(jobs, "validationdelay",
+         "Seconds between validations:", "A pause between two pages sent to the validator.");
+    text(jobs, "validationtimeout", "Validation time-out:", "How long to wait for the validator's answer.");
+    flag(jobs, "validateAll", "Validate every page", "Off validates the first page only.");
+    text(jobs, "SEOtoomanylinks", "Too many links above:", "A page with more links than this is flagged.");
+    text(jobs, "SEOmetadescriptionmin", "Shortest meta description:", "Characters.");
+    text(jobs, "SEOmetadescriptionmax", "Longest meta description:", "Characters.");
+    flag(jobs, "includelastmodinsitemap", "Write lastmod into sitemaps",
+         "Use the pages' Last-Modified dates.");
+
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+    layout->addWidget(buttons);
+}

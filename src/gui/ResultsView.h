@@ -1,0 +1,76 @@
+#pragma once
+
+#include "gui/ItemModels.h"
+#include "views/LinkTreeSource.h"
+
+#include <QWidget>
+#include <memory>
+
+class LinkCheckerHub;
+class LinkCheckerUrl;
+class Preferences;
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QTabWidget;
+class QTableView;
+class QTreeView;
+class QtUserInterface;
+
+// Step 5 for the links task: the by-link outline, the flat report and the by-page outline as
+// sub-tabs, with the filter, the search, the bad-links switch and the column switches.
+class ResultsView : public QWidget {
+    Q_OBJECT
+  public:
+    ResultsView(LinkCheckerHub& hub, Preferences& preferences, QtUserInterface& ui,
+                QWidget* parent = nullptr);
+
+    // Reloads the three views; while a crawl runs they wait for it to stop or end.
+    void reloadData(bool whateverTheCrawl = false);
+    // A new crawl starts unfiltered.
+    void resetFilter();
+    void filter();
+
+    // The front sub-tab's identifier: "1" by link, "2" flat, "3" by page.
+    QString frontSubTab() const;
+    void selectSubTab(const QString& identifier);
+    void exportAsCSVMenuItem();
+    void exportAsHTMLMenuItem();
+    void exportAsTDLMenuItem();
+    void copyURL();
+    void doubleClick();
+
+    QTableView* flatTable() const { return flatView; }
+    QTreeView* byLinkTree() const { return byLinkView; }
+    QTreeView* byPageTree() const { return byPageView; }
+    FlatReportModel& flatReportModel() { return flatModel; }
+    QLineEdit* searchField() const { return search; }
+    QCheckBox* badOnlySwitch() const { return badOnly; }
+
+    // The record that a view row stands for: the inspector and copying use it.
+    std::shared_ptr<LinkCheckerUrl> selectedRecord() const;
+    void showInspector(const std::shared_ptr<LinkCheckerUrl>& record);
+
+  private:
+    void applyColumns();
+    QWidget* makeColumnButton();
+    QString selectedOutlineUrl() const;
+
+    LinkCheckerHub& hub;
+    Preferences& preferences;
+    QtUserInterface& ui;
+    LinkTreeSource tree;
+    ByLinkOutline byLink;
+    ByPageOutline byPage;
+    OutlineModel byLinkModel;
+    OutlineModel byPageModel;
+    FlatReportModel flatModel;
+
+    QComboBox* filterChoice = nullptr;
+    QLineEdit* search = nullptr;
+    QCheckBox* badOnly = nullptr;
+    QTabWidget* subTabs = nullptr;
+    QTreeView* byLinkView = nullptr;
+    QTableView* flatView = nullptr;
+    QTreeView* byPageView = nullptr;
+};

@@ -1,0 +1,336 @@
+// The desktop window, driven offscreen through its own buttons against the local test server.
+#include "config/SiteStore.h"
+#include "gui/ItemModels.h"
+#include "gui/MainWindow.h"
+#include "gui/ResultsView.h"
+#include "gui/SettingsForm.h"
+#include "gui/SingleInstance.h"
+#include "platform/Plist.h"
+#include "support/TempHome.h"
+#include "support/TestServer.h"
+
+#include "support/QtPrinting.h"
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QTableWidget>
+#include <QTreeView>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+bool waitFor(const std::function<bool()>& done, int ms = 10000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > ms)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+void settle() {
+    waitFor([] { return false; }, 100);
+}
+
+template <typename T> T* find(QWidget& root, const QString& name) {
+    T* found = root.findChild<T*>(name);
+    EXPECT_NE(found, nullptr) << name.toStdString();
+    return found;
+}
+
+// A small site: pages that link to each other, a missing page, a server error and a redirect.
+void addDemoSite(TestServer& server) {
+    server.addPage("/", "<html><head><title>Home</title></head><body>"
+                        "<a href=\"/about.html\">About us</a> <a href=\"/products.html\">Products</a>"
+                        "<a href=\"/contact.html\">Contact</a> <a href=\"/missing.html\">Old offer</a>"
+                        "<a href=\"/redirect/301\">Moved page</a></body></html>");
+    server.addPage("/about.html", "<html><head><title>About</title></head><body><a href=\"/\">Home</a>"
+                                  "<a href=\"/team.html\">Team</a><a href=\"/status/500\">Broken report</a>"
+                                  "</body></html>");
+    server.addPage("/products.html",
+                   "<html><head><title>Products</title></head><body><a href=\"/\">Home</a>"
+                   "<a href=\"/missing.html\">Old offer</a><a href=\"/about.html\">About</a>"
+                   "</body></html>");
+    server.addPage("/contact.html", "<html><head><title>Contact</title></head><body><a href=\"/\">Home</a>"
+                                    "</body></html>");
+    server.addPage("/team.html",
+                   "<html><head><title>Team</title></head><body><a href=\"/\">Home</a></body></html>");
+}
+
+class MainWindowTest : public testing::Test {
+  protected:
+    TempHome home;
+    TestServer server;
+    std::unique_ptr<MainWindow> window;
+
+    void SetUp() override { addDemoSite(server); }
+    void TearDown() override {
+        if (window)
+            window->close();
+        window.reset();
+    }
+
+    void startWindow() {
+        window = std::make_unique<MainWindow>();
+        window->show();
+        window->start();
+        settle();
+    }
+
+    NewUIController& controller() { return window->uiController(); }
+    KestConfigManager& config() { return window->appDelegate().getConfigManager(); }
+    QPushButton* button(const QString& name) { return find<QPushButton>(*window, name); }
+
+    // The user's way to a new site: the New button, the dialog's fields, OK.
+    void createSite(const QString& url, const QString& name) {
+        button("sitesNew")->click();
+        settle();
+        auto* dialog = window->findChild<QDialog*>("newSiteDialog");
+        ASSERT_NE(dialog, nullptr);
+        auto* ok = dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+        EXPECT_FALSE(ok->isEnabled()) << "no site without a URL";
+        find<QLineEdit>(*dialog, "newSiteUrl")->setText(url);
+        find<QLineEdit>(*dialog, "newSiteName")->setText(name);
+        ASSERT_TRUE(ok->isEnabled());
+        ok->click();
+        settle();
+    }
+
+    void typeInto(QLineEdit* edit, const QString& text) {
+        edit->setFocus();
+        edit->selectAll();
+        edit->del();
+        for (const QChar c : text)
+            edit->insert(c);
+        settle();
+    }
+
+    void runLinksTask() {
+        button(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+        ASSERT_EQ(controller().getSelectedTab(), "4");
+        ASSERT_TRUE(waitFor([&] { return controller().getSelectedTab() == "5"; }));
+        settle();
+    }
+
+    // The flat report's rows as "status url" lines.
+    QStringList flatRows() {
+        QTableView* table = window->resultsView().flatTable();
+        QStringList rows;
+        const int status = 0, url = 1;
+        for (int r = 0; r < table->model()->rowCount(); ++r)
+            rows.append(table->model()->index(r, status).data().toString() + " " +
+                        table->model()->index(r, url).data().toString());
+        return rows;
+    }
+};
+
+} // namespace
+
+// Create a site, change a setting, run the links task, find the bad link in the flat table,
+// look at it in the inspector and export the report as CSV.
+TEST_F(MainWindowTest, FiveStepsFromNewSiteToExport) {
+    startWindow();
+    EXPECT_EQ(controller().getSelectedTab(), "1");
+    EXPECT_EQ(window->windowTitle(), "sites");
+
+    createSite(server.url("/"), "Demo");
+    EXPECT_EQ(window->siteTable()->model()->rowCount(), 1);
+    EXPECT_EQ(window->siteTable()->model()->index(0, 0).data().toString(), "Demo");
+    EXPECT_EQ(window->siteTable()->model()->index(0, 1).data().toString(), server.url("/"));
+    const QString file = SiteStore::pathForFilename(config().getSelectedConfigFilename());
+    ASSERT_TRUE(QFile::exists(file));
+
+    button("nextButton")->click();
+    EXPECT_EQ(controller().getSelectedTab(), "2");
+    EXPECT_EQ(window->windowTitle(), "Demo : settings");
+
+    // Letters in a number field are refused at the field, with a hint; the value stays.
+    SettingsForm& form = window->settingsForm();
+    QLineEdit* threads = form.lineEditForKey("numberOfThreads");
+    ASSERT_NE(threads, nullptr);
+    const QString before = config().stringForKey("numberOfThreads");
+    typeInto(threads, "x");
+    EXPECT_FALSE(find<QLabel>(*window, "numberOfThreadsHint")->isHidden());
+    EXPECT_EQ(config().stringForKey("numberOfThreads"), before);
+    typeInto(threads, "3");
+    EXPECT_TRUE(find<QLabel>(*window, "numberOfThreadsHint")->isHidden());
+    EXPECT_EQ(config().stringForKey("numberOfThreads"), "3");
+    form.checkBoxForKey("checkImages")->click();
+    EXPECT_TRUE(config().flagForKey("checkImages"));
+    form.addBlacklistRule("Do not check", "/private/");
+    EXPECT_EQ(form.ruleTable()->rowCount(), 1);
+    EXPECT_EQ(form.ruleTable()->item(0, 0)->text(), "Do not check");
+    EXPECT_EQ(form.ruleTable()->item(0, 1)->text(), "urls containing:");
+
+    // Leaving the settings saves them.
+    button("nextButton")->click();
+    EXPECT_EQ(controller().getSelectedTab(), "3");
+    const QVariantMap saved = Plist::readFile(file);
+    EXPECT_EQ(saved.value("numberOfThreads").toString(), "3");
+    EXPECT_EQ(saved.value("checkImages").toString(), "YES");
+    EXPECT_EQ(saved.value("checkBlacklist").toString(), "/private/");
+
+    // Only the links job has landed; the others are there but off.
+    EXPECT_TRUE(button(QString("task%1").arg(int(NewUIController::linksButton)))->isEnabled());
+    EXPECT_FALSE(button(QString("task%1").arg(int(NewUIController::SEOButton)))->isEnabled());
+
+    runLinksTask();
+    EXPECT_EQ(window->windowTitle(), "Demo : links");
+    EXPECT_EQ(find<QLabel>(*window, "progressLine")->text(), "8 of 8 links checked, 2 bad");
+
+    ResultsView& results = window->resultsView();
+    results.selectSubTab("2");
+    const QStringList rows = flatRows();
+    EXPECT_TRUE(rows.contains("404 not found " + server.url("/missing.html")))
+        << rows.join("\n").toStdString();
+    EXPECT_TRUE(rows.contains("500 internal server error " + server.url("/status/500")));
+    // The bad rows are coloured, and differently from the good ones.
+    QTableView* table = results.flatTable();
+    const int bad = int(rows.indexOf("404 not found " + server.url("/missing.html")));
+    const int good = int(rows.indexOf("200 no error " + server.url("/about.html")));
+    ASSERT_GE(good, 0);
+    const QVariant badColour = table->model()->index(bad, 0).data(Qt::BackgroundRole);
+    ASSERT_TRUE(badColour.isValid());
+    EXPECT_NE(badColour, table->model()->index(good, 0).data(Qt::BackgroundRole));
+
+    // Bad links only, then a search within them.
+    results.badOnlySwitch()->click();
+    EXPECT_EQ(flatRows().size(), 3); // the missing page is linked twice
+    results.searchField()->setText("500");
+    settle();
+    EXPECT_EQ(flatRows(), QStringList({"500 internal server error " + server.url("/status/500")}));
+    results.searchField()->clear();
+    settle();
+
+    // Double-click opens the inspector with the record's fields and where it was found.
+    table->setCurrentIndex(table->model()->index(0, 0));
+    results.doubleClick();
+    settle();
+    auto* inspector = window->findChild<QDialog*>("inspector");
+    ASSERT_NE(inspector, nullptr);
+    EXPECT_EQ(find<QLineEdit>(*inspector, "inspector_linkurl")->text(), server.url("/missing.html"));
+    EXPECT_EQ(find<QTableWidget>(*inspector, "inspectorOccurrences")->rowCount(), 2);
+    inspector->close();
+
+    // The export writes the bad rows through the save dialog's answer.
+    const QString csv = home.path() + "/bad.csv";
+    window->userInterface().filesAhead = {csv};
+    results.exportAsCSVMenuItem();
+    QFile exported(csv);
+    ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(exported.readAll());
+    EXPECT_TRUE(text.startsWith("\"Status\",\"URL\"")) << text.toStdString();
+    EXPECT_EQ(text.count('\r'), 4) << text.toStdString();
+    EXPECT_TRUE(text.contains("\"404 not found\",\"" + server.url("/missing.html") + "\""));
+
+    // Nothing changed: the task shows the results at once, without a crawl.
+    button("previousButton")->click();
+    EXPECT_EQ(controller().getSelectedTab(), "3");
+    EXPECT_FALSE(find<QCheckBox>(*window, "newCrawlButton")->isChecked());
+    const qsizetype requests = server.requests().size();
+    button(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    settle();
+    EXPECT_EQ(controller().getSelectedTab(), "5");
+    EXPECT_EQ(server.requests().size(), requests);
+}
+
+// A settings file handed over starts its crawl at once, on the progress step.
+TEST_F(MainWindowTest, OpenedSettingsFileStartsUnattended) {
+    QDir().mkpath(SiteStore::storePath());
+    ASSERT_TRUE(
+        Plist::writeFile(SiteStore::pathForFilename("demo"), {{"url", server.url("/")}, {"name", "Demo"}}));
+    const QString scan = home.path() + "/demo.lcsettings";
+    ASSERT_TRUE(Plist::writeFile(scan, {{"url", server.url("/")}, {"name", "Demo"}}));
+    window = std::make_unique<MainWindow>();
+    window->show();
+    window->start({scan});
+    EXPECT_EQ(controller().getSelectedTab(), "4");
+    LinkCheckerHub& hub = window->appDelegate().getHub();
+    ASSERT_TRUE(waitFor([&] { return hub.isCrawlFinished(); }));
+    settle();
+    EXPECT_EQ(hub.getActionWhenFinished(), 6);
+    EXPECT_EQ(Plist::readFile(SiteStore::pathForFilename("demo")).value("status").toString(),
+              "8 of 8 links checked, 2 bad");
+}
+
+// A second launch hands its files to the one that runs.
+TEST(SingleInstanceTest, SecondLaunchHandsOverItsFiles) {
+    TempHome home;
+    const QString name = SingleInstance::serverName();
+    EXPECT_FALSE(SingleInstance::handToRunning({"/tmp/x.lcsettings"}, name)) << "nobody runs yet";
+    SingleInstance running;
+    QStringList received;
+    int activations = 0;
+    running.fileReceived = [&](const QString& path) { received.append(path); };
+    running.activated = [&] { ++activations; };
+    ASSERT_TRUE(running.listen(name));
+    EXPECT_TRUE(SingleInstance::handToRunning({"/tmp/a.lcsettings", "/tmp/b c.lcsettings"}, name));
+    ASSERT_TRUE(waitFor([&] { return activations == 1; }, 3000));
+    EXPECT_EQ(received, QStringList({"/tmp/a.lcsettings", "/tmp/b c.lcsettings"}));
+}
+
+// Pictures of steps 1, 2, 4 and 5 for the README, written to the build folder.
+TEST_F(MainWindowTest, Screenshots) {
+    const QString folder = QCoreApplication::applicationDirPath() + "/screenshots";
+    QDir().mkpath(folder);
+    // A few sites, the demo one selected.
+    QDir().mkpath(SiteStore::storePath());
+    const QList<QPair<QString, QString>> sites = {{"Company blog", "https://blog.example.com/"},
+                                                  {"Online shop", "https://shop.example.com/"},
+                                                  {"Documentation", "https://docs.example.org/"}};
+    for (const auto& [name, url] : sites)
+        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename(SiteStore::filenameFromURL(url)),
+                                     {{"url", url}, {"name", name}}));
+    startWindow();
+    window->resize(1180, 760);
+    createSite(server.url("/"), "Demo site");
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step1-sites.png"));
+
+    button("nextButton")->click();
+    window->settingsForm().addBlacklistRule("Do not check", "/logout");
+    window->settingsForm().addBlacklistRule("Do not follow", "/archive/");
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step2-settings.png"));
+    button("nextButton")->click();
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step3-tasks.png"));
+
+    // Progress is pictured while a slow page holds the crawl.
+    server.setResponseDelay("/team.html", 1500);
+    button(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    ASSERT_TRUE(waitFor([&] { return window->appDelegate().getHub().getNumberDone() >= 5; }));
+    settle();
+    waitFor([] { return false; }, 300);
+    EXPECT_TRUE(window->grab().save(folder + "/step4-progress.png"));
+    ASSERT_TRUE(waitFor([&] { return controller().getSelectedTab() == "5"; }));
+    settle();
+    window->resultsView().byLinkTree()->expandAll();
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step5-results.png"));
+    window->resultsView().selectSubTab("2");
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step5-flat.png"));
+}
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName("Trellium");
+    QApplication::setApplicationName("Trellium5");
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
