@@ -85,6 +85,7 @@ KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofo
     p.xmlmode = false;
     p.insideBrackets = true;
     p.followNofollow = checkNofollow;
+    p.countingWords = false;
 
     if (pageData.isNull()) {
         qCInfo(lcParser) << "data is invalid";
@@ -131,6 +132,7 @@ KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofo
     if (cachePageToo)
         p.cachePage();
     p.seoOn = withSEO;
+    p.countingWords = true;
     return parser;
 }
 
@@ -147,6 +149,7 @@ std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QSt
 
     auto parser = std::make_unique<KestParser>();
     KestParser& p = *parser;
+    p.countingWords = false;
     p.plaintextmode = false;
     p.headContainsNofollow = false;
 
@@ -180,6 +183,7 @@ std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QSt
     }
     p.codebase = QUrl(base, QUrl::StrictMode);
     p.reset();
+    p.countingWords = true;
     return parser;
 }
 
@@ -305,63 +309,67 @@ const char* findBracket(const char* p, const char* end) {
 
 } // namespace
 
-bool KestParser::skipTo(char wanted) {
-    // The same as reading byte by byte until `wanted` with the bookkeeping of getNextByte, but
+void KestParser::readOnTo(quint64 end) {
+    // The same as calling getNextByte until `counter` reaches `end`, but with the bookkeeping
     // done a stretch at a time: this is where the reader spends its time.
-    if (counter >= l)
-        return false;
+    if (counter >= end)
+        return;
     const quint64 firstCounted = static_cast<quint64>(static_cast<qint64>(endHead)) + 1;
-    if (isScriptOrComment || counter < firstCounted) {
-        const quint64 limit = isScriptOrComment ? l : qMin(l, firstCounted);
-        const void* hit = std::memchr(bytes + counter, wanted, static_cast<size_t>(limit - counter));
-        if (hit) {
-            counter = static_cast<quint64>(static_cast<const char*>(hit) - bytes) + 1;
-            aBuffer = static_cast<signed char>(wanted);
-            return true;
-        }
-        counter = limit;
-        aBuffer = static_cast<signed char>(bytes[limit - 1]);
-        if (counter >= l)
-            return false;
+    if (!isScriptOrComment && end > firstCounted) {
+        const char* from = bytes + qMax(counter, firstCounted);
+        if (countingWords)
+            countStretch(from, bytes + end);
+        else
+            settleStretch(from, bytes + end);
     }
-    if (wanted != '<') {
-        while (getNextByte()) {
-            if (aBuffer == wanted)
-                return true;
-        }
-        return false;
-    }
-    const char* p = bytes + counter;
-    const char* end = bytes + l;
-    bool found = false;
-    while (p < end) {
+    counter = end;
+    aBuffer = static_cast<signed char>(bytes[end - 1]);
+}
+
+void KestParser::countStretch(const char* p, const char* stop) {
+    while (p < stop) {
         if (insideBrackets) {
-            p = findBracket(p, end);
-            if (p == end)
+            p = findBracket(p, stop);
+            if (p == stop)
                 break;
             insideWord = false;
-            if (*p++ == '<') {
-                found = true;
-                break;
-            }
-            insideBrackets = false;
+            insideBrackets = *p++ == '<';
         } else {
-            const void* lt = std::memchr(p, '<', static_cast<size_t>(end - p));
-            const char* stop = lt ? static_cast<const char*>(lt) : end;
-            wordCount += countWords(p, stop, insideWord);
-            p = stop;
+            const void* lt = std::memchr(p, '<', static_cast<size_t>(stop - p));
+            const char* wordsEnd = lt ? static_cast<const char*>(lt) : stop;
+            wordCount += countWords(p, wordsEnd, insideWord);
+            p = wordsEnd;
             if (lt) {
                 ++p;
                 insideBrackets = true;
                 insideWord = false;
-                found = true;
-                break;
             }
         }
     }
-    counter = static_cast<quint64>(p - bytes);
-    aBuffer = static_cast<signed char>(p[-1]);
-    return found;
+}
+
+void KestParser::settleStretch(const char* from, const char* stop) {
+    // The states countStretch leaves, without the count: the last '<' or '>' sets the bracket
+    // state, and outside brackets each later byte sets the word state by its own class.
+    const char* p = stop;
+    while (p > from && p[-1] != '<' && p[-1] != '>')
+        --p;
+    if (p > from) {
+        insideBrackets = p[-1] == '<';
+        insideWord = false;
+    }
+    if (!insideBrackets && p < stop) {
+        const signed char last = static_cast<signed char>(stop[-1]);
+        insideWord = last <= 0 || last >= 39;
+    }
+}
+
+bool KestParser::skipTo(char wanted) {
+    if (counter >= l)
+        return false;
+    const void* hit = std::memchr(bytes + counter, wanted, static_cast<size_t>(l - counter));
+    readOnTo(hit ? static_cast<quint64>(static_cast<const char*>(hit) - bytes) + 1 : l);
+    return hit != nullptr;
 }
 
 bool KestParser::skipLeadingSpaces() {
@@ -429,49 +437,94 @@ bool KestParser::isThisEndScriptTag() {
 }
 
 std::optional<KestXmlTag> KestParser::getTag(bool continueTag) {
-    if (!continueTag && !moveIntoNextTag())
-        return std::nullopt;
-    // Quotes are not tracked, and any '/' marks the tag closing, paths in attributes included.
+    TagBytes raw;
     ByteBuffer buffer(ByteBuffer::tagCap);
-    bool closing = false;
+    if (continueTag) {
+        if (!readTagByBytes(buffer, raw.closing))
+            return std::nullopt;
+        raw.text = buffer.constData();
+        raw.size = buffer.measured();
+    } else if (!readTag(raw)) {
+        return std::nullopt;
+    }
+    std::optional<QString> text = decodeTag(raw.text, raw.size);
+    if (!text)
+        return std::nullopt;
+    KestXmlTag tag;
+    tag.setData(*text);
+    tag.setClosing(raw.closing);
+    return tag;
+}
+
+bool KestParser::readTagByBytes(ByteBuffer& buffer, bool& closing) {
+    // Quotes are not tracked, and any '/' marks the tag closing, paths in attributes included.
+    closing = false;
     while (aBuffer != '>' && !buffer.full()) {
         if (aBuffer == '/')
             closing = true;
         if (aBuffer != '/' || buffer.size() > 0)
             buffer.push(aBuffer);
         if (!getNextByte())
-            return std::nullopt;
+            return false;
     }
     if (buffer.size() > 0 && buffer.back() == '/')
         buffer.pop();
-    std::optional<QString> text = decodeTag(buffer);
-    if (!text)
-        return std::nullopt;
-    KestXmlTag tag;
-    tag.setData(*text);
-    tag.setClosing(closing);
-    return tag;
+    return true;
 }
 
-std::optional<QString> KestParser::decodeTag(const ByteBuffer& buffer) const {
-    const int n = buffer.measured();
-    if (useEncoding != 0) {
-        if (auto text = TextEncoding::decode(buffer.constData(), n, useEncoding))
-            return text;
+bool KestParser::readTag(TagBytes& tag) {
+    if (!moveIntoNextTag())
+        return false;
+    // What readTagByBytes would store is one stretch of the page, found here with memchr:
+    // the tag starts on the byte just read, and leading slashes are not stored.
+    const quint64 first = counter - 1;
+    quint64 start = first;
+    while (start < l && bytes[start] == '/')
+        ++start;
+    const quint64 cap = ByteBuffer::tagCap;
+    const void* gt = std::memchr(bytes + start, '>', static_cast<size_t>(qMin(l - start, cap)));
+    quint64 end;
+    if (gt) {
+        end = static_cast<quint64>(static_cast<const char*>(gt) - bytes);
+        readOnTo(end + 1);
+    } else {
+        // A full buffer: the byte after it has been read too, so it must exist.
+        end = start + cap;
+        if (end >= l) {
+            readOnTo(l);
+            return false;
+        }
+        readOnTo(end + 1);
     }
-    if (auto text = TextEncoding::decode(buffer.constData(), n, TextEncoding::UTF8)) {
+    tag.text = bytes + start;
+    tag.size = static_cast<qsizetype>(end - start);
+    tag.closing = start > first || std::memchr(tag.text, '/', static_cast<size_t>(tag.size));
+    if (tag.size > 0 && tag.text[tag.size - 1] == '/')
+        --tag.size;
+    // An embedded NUL ends the text.
+    if (const void* nul = std::memchr(tag.text, 0, static_cast<size_t>(tag.size)))
+        tag.size = static_cast<const char*>(nul) - tag.text;
+    return true;
+}
+
+std::optional<QString> KestParser::decodeTag(const char* text, qsizetype n) const {
+    if (useEncoding != 0) {
+        if (auto decoded = TextEncoding::decode(text, n, useEncoding))
+            return decoded;
+    }
+    if (auto decoded = TextEncoding::decode(text, n, TextEncoding::UTF8)) {
         qCInfo(lcParser).noquote()
             << QStringLiteral("getTag tried to convert tag using encoding %1 but failed, utf gives %2")
                    .arg(static_cast<qint32>(useEncoding))
-                   .arg(*text);
-        return text;
+                   .arg(*decoded);
+        return decoded;
     }
-    if (auto text = TextEncoding::decode(buffer.constData(), n, TextEncoding::ASCII)) {
+    if (auto decoded = TextEncoding::decode(text, n, TextEncoding::ASCII)) {
         qCInfo(lcParser).noquote() << QStringLiteral("getTag tried to convert tag using encoding %1 but "
                                                      "failed, utf8 also failed, ascii gives %2")
                                           .arg(static_cast<qint32>(useEncoding))
-                                          .arg(*text);
-        return text;
+                                          .arg(*decoded);
+        return decoded;
     }
     return std::nullopt;
 }
@@ -485,11 +538,7 @@ signed char KestParser::valueTerminator() const {
 }
 
 bool KestParser::readOnToTagEnd() {
-    while (aBuffer != '>') {
-        if (!getNextByte())
-            return false;
-    }
-    return true;
+    return aBuffer == '>' || skipTo('>');
 }
 
 bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {

@@ -109,9 +109,21 @@ class KestParser {
     static void trimThisCharacterFromUrl(char character, char* url);
     static void trimWhitespaceFromUrl(char* url);
 
+    class ScannedTag;
+
   private:
     void setData(const QByteArray& bytes);
     void countByte();
+    // What getTag stores of one tag, before decoding.
+    struct TagBytes {
+        const char* text = nullptr;
+        qsizetype size = 0;
+        bool closing = false;
+    };
+
+    void readOnTo(quint64 end);
+    void countStretch(const char* from, const char* stop);
+    void settleStretch(const char* from, const char* stop);
     bool skipTo(char wanted);
     bool skipLeadingSpaces();
     bool matchName(const char* lowerName);
@@ -122,13 +134,15 @@ class KestParser {
     bool copyAltText(ByteBuffer& buffer, bool markEmpty);
     signed char valueTerminator() const;
     void rewindTo(qint64 position);
-    std::optional<QString> decodeTag(const ByteBuffer& buffer) const;
+    bool readTag(TagBytes& tag);
+    bool readTagByBytes(ByteBuffer& buffer, bool& closing);
+    std::optional<QString> decodeTag(const char* text, qsizetype size) const;
     std::optional<QString> finishText(const ByteBuffer& buffer) const;
     std::optional<QString> decodeByLadder(const ByteBuffer& buffer) const;
     std::optional<QString> nextSrcOf(bool (KestParser::*recognise)());
     struct HrefScan;
     HrefScan hrefOfNext(bool (KestParser::*recognise)());
-    template <typename Test> bool headContains(Test test);
+    bool headContains(QLatin1StringView word);
 
     QByteArray data;
     QString grandParent;
@@ -169,8 +183,11 @@ class KestParser {
     qint64 spellingCursor = 0;
     QVariantList grammarDetails;
 
-    // Not a field of the reader's model: the raw pointer behind `data`, kept for speed.
+    // Not fields of the reader's model, both kept for speed: the raw pointer behind `data`, and
+    // whether stretches are counted for words. The constructors' passes are each followed by a
+    // reset, so their counts are never seen; only the states they leave are.
     const char* bytes = nullptr;
+    bool countingWords = true;
 };
 
 inline void KestParser::countByte() {

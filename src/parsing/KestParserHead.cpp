@@ -6,26 +6,6 @@
 
 namespace {
 
-// The closing head tag, exactly: "</head >" does not end the head.
-bool isEndOfHead(const KestXmlTag& tag) {
-    return tag.isClosing() && tag.getData().compare(QLatin1String("head"), Qt::CaseInsensitive) == 0;
-}
-
-bool isEndOfBody(const KestXmlTag& tag) {
-    return tag.isClosing() && tag.getData().compare(QLatin1String("body"), Qt::CaseInsensitive) == 0;
-}
-
-// "h1" first found at position 0 or 1, which is the same as standing at 0 or at 1.
-bool startsHeading(const KestXmlTag& tag) {
-    if (tag.isClosing())
-        return false;
-    const QStringView text = tag.getData();
-    const auto at = [&text](qsizetype i) {
-        return text.size() >= i + 2 && text.mid(i, 2).compare(QLatin1String("h1"), Qt::CaseInsensitive) == 0;
-    };
-    return at(0) || at(1);
-}
-
 QString withoutLineEnds(QString text) {
     text.remove(QLatin1Char('\r'));
     text.remove(QLatin1Char('\n'));
@@ -53,6 +33,73 @@ QString quotedValueAfter(const QString& text, QLatin1StringView word) {
 
 } // namespace
 
+// A tag as getTag reads it, for the scans that mostly only test its text. A tag whose bytes are
+// ASCII in an encoding that keeps ASCII reads as those bytes, so its tests run on them as
+// Latin-1; only other tags are decoded, and a tag that cannot be decoded ends the scan.
+class KestParser::ScannedTag {
+  public:
+    bool read(KestParser& parser) {
+        if (!parser.readTag(raw))
+            return false;
+        plain = TextEncoding::keepsAscii(parser.useEncoding) && TextEncoding::isAscii(raw.text, raw.size);
+        if (plain)
+            return true;
+        std::optional<QString> text = parser.decodeTag(raw.text, raw.size);
+        if (!text)
+            return false;
+        decoded = *text;
+        return true;
+    }
+
+    bool isClosing() const { return raw.closing; }
+    QString text() const { return plain ? QString::fromLatin1(raw.text, raw.size) : decoded; }
+
+    bool contains(QLatin1StringView word) const {
+        return plain ? bytes().contains(word, Qt::CaseInsensitive)
+                     : decoded.contains(word, Qt::CaseInsensitive);
+    }
+    bool equals(QLatin1StringView word) const {
+        return plain ? bytes().compare(word, Qt::CaseInsensitive) == 0
+                     : decoded.compare(word, Qt::CaseInsensitive) == 0;
+    }
+    bool startsWith(QLatin1StringView word) const {
+        return plain ? bytes().startsWith(word) : decoded.startsWith(word);
+    }
+    // `word` found at `at`, case-insensitively, and wholly inside the text.
+    bool hasAt(qsizetype at, QLatin1StringView word) const {
+        const qsizetype size = plain ? raw.size : decoded.size();
+        if (size < at + word.size())
+            return false;
+        return plain ? bytes().sliced(at, word.size()).compare(word, Qt::CaseInsensitive) == 0
+                     : QStringView(decoded).sliced(at, word.size()).compare(word, Qt::CaseInsensitive) == 0;
+    }
+
+  private:
+    QLatin1StringView bytes() const { return QLatin1StringView(raw.text, raw.size); }
+
+    TagBytes raw;
+    bool plain = false;
+    QString decoded;
+};
+
+namespace {
+
+// The closing head tag, exactly: "</head >" does not end the head.
+bool isEndOfHead(const KestParser::ScannedTag& tag) {
+    return tag.isClosing() && tag.equals(QLatin1String("head"));
+}
+
+bool isEndOfBody(const KestParser::ScannedTag& tag) {
+    return tag.isClosing() && tag.equals(QLatin1String("body"));
+}
+
+// "h1" first found at position 0 or 1, which is the same as standing at 0 or at 1.
+bool startsHeading(const KestParser::ScannedTag& tag) {
+    return !tag.isClosing() && (tag.hasAt(0, QLatin1String("h1")) || tag.hasAt(1, QLatin1String("h1")));
+}
+
+} // namespace
+
 struct KestParser::HrefScan {
     enum Kind { Value, Zref, Nothing, EndOfFile } kind;
     QString value;
@@ -61,15 +108,16 @@ struct KestParser::HrefScan {
 QString KestParser::findTitle() {
     // Lower case only, and a later title wins; the search does not stop at the body.
     std::optional<QString> title;
-    std::optional<KestXmlTag> tag = getTag(false);
-    while (tag) {
-        if (tag->getData().startsWith(QLatin1String("title")) && !tag->isClosing()) {
+    ScannedTag tag;
+    bool more = tag.read(*this);
+    while (more) {
+        if (tag.startsWith(QLatin1String("title")) && !tag.isClosing()) {
             title = getData();
             if (title)
                 *title = withoutLineEnds(*title);
         }
-        tag = getTag(false);
-        if (tag && isEndOfHead(*tag)) {
+        more = tag.read(*this);
+        if (more && isEndOfHead(tag)) {
             endHead = static_cast<qint32>(counter);
             return title.value_or(QString());
         }
@@ -158,35 +206,36 @@ std::optional<QString> KestParser::findNextLinkHref() {
 }
 
 void KestParser::findKeywordsAndDescription() {
-    std::optional<KestXmlTag> tag = getTag(false);
-    while (tag) {
+    ScannedTag tag;
+    bool more = tag.read(*this);
+    while (more) {
         // The tests are not exclusive, and any tag holding "canonical" gives the canonical.
-        if (tag->contains(QLatin1String("meta"))) {
-            if (tag->contains(QLatin1String("description")) &&
-                !tag->contains(QLatin1String("og:description")))
-                metadescription = withoutLineEnds(pullOutMetaDescription(tag->getData()));
-            if (tag->contains(QLatin1String("keywords")))
-                keywords = withoutLineEnds(pullOutMetaDescription(tag->getData()));
+        if (tag.contains(QLatin1String("meta"))) {
+            if (tag.contains(QLatin1String("description")) && !tag.contains(QLatin1String("og:description")))
+                metadescription = withoutLineEnds(pullOutMetaDescription(tag.text()));
+            if (tag.contains(QLatin1String("keywords")))
+                keywords = withoutLineEnds(pullOutMetaDescription(tag.text()));
         }
-        if (tag->contains(QLatin1String("canonical")))
-            canonical = withoutLineEnds(pullOutHref(tag->getData()));
-        tag = getTag(false);
-        if (tag && isEndOfHead(*tag))
+        if (tag.contains(QLatin1String("canonical")))
+            canonical = withoutLineEnds(pullOutHref(tag.text()));
+        more = tag.read(*this);
+        if (more && isEndOfHead(tag))
             return;
     }
 }
 
 QString KestParser::findHeadings() {
     QStringList list;
-    std::optional<KestXmlTag> tag = getTag(false);
-    while (tag) {
-        if (startsHeading(*tag)) {
+    ScannedTag tag;
+    bool more = tag.read(*this);
+    while (more) {
+        if (startsHeading(tag)) {
             QString text;
-            while (tag && !(tag->isClosing() && tag->contains(QLatin1String("h1")))) {
+            while (more && !(tag.isClosing() && tag.contains(QLatin1String("h1")))) {
                 const std::optional<QString> piece = getData();
                 if (piece && !piece->isEmpty())
                     text += *piece;
-                tag = getTag(false);
+                more = tag.read(*this);
             }
             if (text.isEmpty())
                 text = QStringLiteral("[empty heading]");
@@ -196,31 +245,32 @@ QString KestParser::findHeadings() {
             else
                 text = text.left(159) + QLatin1String("...");
         }
-        tag = getTag(false);
-        if (tag && isEndOfBody(*tag))
+        more = tag.read(*this);
+        if (more && isEndOfBody(tag))
             break;
     }
     return list.join(QLatin1String(", "));
 }
 
-template <typename Test> bool KestParser::headContains(Test test) {
-    std::optional<KestXmlTag> tag = getTag(false);
-    while (tag) {
-        if (tag->contains(QLatin1String("meta")) && test(*tag))
+bool KestParser::headContains(QLatin1StringView word) {
+    ScannedTag tag;
+    bool more = tag.read(*this);
+    while (more) {
+        if (tag.contains(QLatin1String("meta")) && tag.contains(word))
             return true;
-        tag = getTag(false);
-        if (tag && isEndOfHead(*tag))
+        more = tag.read(*this);
+        if (more && isEndOfHead(tag))
             return false;
     }
     return false;
 }
 
 bool KestParser::headContainsNoIndex() {
-    return headContains([](const KestXmlTag& tag) { return tag.contains(QLatin1String("noindex")); });
+    return headContains(QLatin1String("noindex"));
 }
 
 bool KestParser::headContainsNoFollow() {
-    return headContains([](const KestXmlTag& tag) { return tag.contains(QLatin1String("nofollow")); });
+    return headContains(QLatin1String("nofollow"));
 }
 
 QString KestParser::pullOutMetaDescription(const QString& tagText) {

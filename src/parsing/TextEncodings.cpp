@@ -44,21 +44,6 @@ const Row* rowFor(quint64 id) {
     return nullptr;
 }
 
-bool isAscii(const char* bytes, qsizetype length) {
-    qsizetype i = 0;
-    for (; i + 8 <= length; i += 8) {
-        quint64 chunk;
-        std::memcpy(&chunk, bytes + i, 8);
-        if (chunk & 0x8080808080808080ull)
-            return false;
-    }
-    for (; i < length; ++i) {
-        if (static_cast<unsigned char>(bytes[i]) >= 0x80)
-            return false;
-    }
-    return true;
-}
-
 // One open converter per encoding and thread; opening one costs far more than a conversion.
 class Converters {
   public:
@@ -158,6 +143,26 @@ std::optional<QString> decodeHz(const char* bytes, qsizetype length) {
 }
 
 } // namespace
+
+bool isAscii(const char* bytes, qsizetype length) {
+    qsizetype i = 0;
+    for (; i + 8 <= length; i += 8) {
+        quint64 chunk;
+        std::memcpy(&chunk, bytes + i, 8);
+        if (chunk & 0x8080808080808080ull)
+            return false;
+    }
+    for (; i < length; ++i) {
+        if (static_cast<unsigned char>(bytes[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+bool keepsAscii(quint64 encoding) {
+    const Row* row = rowFor(encoding);
+    return !row || row->asciiCompatible;
+}
 
 const char* standardName(quint64 encoding) {
     const Row* row = rowFor(encoding);

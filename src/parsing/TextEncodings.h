@@ -40,4 +40,10 @@ std::optional<QString> decodeByLadder(const char* bytes, qsizetype length, quint
 
 bool isValidUtf8(const char* bytes, qsizetype length);
 
+bool isAscii(const char* bytes, qsizetype length);
+
+// Whether bytes below 0x80 decode to the same characters in this encoding, and in the ladders
+// that start with it: true for 0 and numbers outside the table, which fall through to UTF-8.
+bool keepsAscii(quint64 encoding);
+
 } // namespace TextEncoding
