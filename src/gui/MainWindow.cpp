@@ -44,7 +44,7 @@ const TaskInfo tasks[] = {
     {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", false},
     {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
     {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", false},
-    {NewUIController::spellingButton, "Spelling & grammar", "Review spelling and grammar of every page.",
+    {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
      false},
     {NewUIController::monitoringButton, "Monitors", "Watch single URLs and alert when they fail.", false},
     {NewUIController::analysisButton, "Page weight", "Analyse the resources that one page loads.", false},
@@ -174,8 +174,14 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     };
     // Views reload when a crawl stops or ends, never per record while it runs.
     ui.onReloadView = [this](const QString&) {
-        if (app.getHub().getCrawlState() != LinkCheckerHub::CrawlState::Running)
+        if (reloadPosted || app.getHub().getCrawlState() == LinkCheckerHub::CrawlState::Running)
+            return;
+        // Answers that arrive after a stop each ask; one reload serves them all.
+        reloadPosted = true;
+        QTimer::singleShot(0, this, [this] {
+            reloadPosted = false;
             results->reloadData();
+        });
     };
     ui.onShowResults = [this](int action) {
         results->reloadData(true);
@@ -282,9 +288,11 @@ QWidget* MainWindow::makeSitesPage() {
     sitesTable->horizontalHeader()->setSortIndicatorShown(false);
     sitesTable->verticalHeader()->hide();
     sitesTable->verticalHeader()->setDefaultSectionSize(30);
-    sitesTable->setColumnWidth(0, 220);
-    sitesTable->setColumnWidth(1, 320);
-    sitesTable->setColumnWidth(2, 300);
+    sitesTable->setColumnWidth(0, 180);
+    sitesTable->setColumnWidth(1, 260);
+    sitesTable->setColumnWidth(2, 440);
+    sitesTable->setWordWrap(false);
+    sitesTable->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     sitesTable->horizontalHeader()->setStretchLastSection(true);
     sitesTable->setShowGrid(false);
     sitesTable->setAlternatingRowColors(true);

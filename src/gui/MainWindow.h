@@ -69,6 +69,7 @@ class MainWindow : public QMainWindow {
     AppDelegate app;
     NewUIController controller;
     bool terminated = false;
+    bool reloadPosted = false;
 
     QListWidget* stepBar = nullptr;
     QStackedWidget* pages = nullptr;

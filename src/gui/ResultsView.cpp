@@ -132,6 +132,7 @@ ResultsView::ResultsView(LinkCheckerHub& hub_, Preferences& preferences_, QtUser
     flatView->horizontalHeader()->setSortIndicatorShown(false);
     flatView->verticalHeader()->setDefaultSectionSize(22);
     flatView->verticalHeader()->hide();
+    flatView->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     flatView->setWordWrap(false);
     byPageView = new QTreeView;
     byPageView->setObjectName("byPageOutlineView");
@@ -222,14 +223,14 @@ void ResultsView::applyColumns() {
         for (int c = 0; c < columns.size(); ++c)
             view->setColumnWidth(c, columns[c].identifier == "linkurl" || columns[c].identifier == "onpageurl"
                                         ? 320
-                                    : columns[c].identifier == "status" ? 150
+                                    : columns[c].identifier == "status" ? 200
                                                                         : 140);
     }
     const auto& flatColumns = flatModel.getColumns();
     for (int c = 0; c < flatColumns.size(); ++c)
         flatView->setColumnWidth(
             c, flatColumns[c].identifier == "linkurl" || flatColumns[c].identifier == "onpageurl" ? 320
-               : flatColumns[c].identifier == "status"                                            ? 150
+               : flatColumns[c].identifier == "status"                                            ? 200
                                                                                                   : 140);
 }
 

@@ -12,6 +12,7 @@
 #include "support/QtPrinting.h"
 #include <QApplication>
 #include <QCheckBox>
+#include <QDateTime>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
@@ -290,9 +291,15 @@ TEST_F(MainWindowTest, Screenshots) {
     const QList<QPair<QString, QString>> sites = {{"Company blog", "https://blog.example.com/"},
                                                   {"Online shop", "https://shop.example.com/"},
                                                   {"Documentation", "https://docs.example.org/"}};
+    const QString lastWeek = SiteStore::dateStampText(QDateTime::currentDateTime().addDays(-7));
     for (const auto& [name, url] : sites)
         ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename(SiteStore::filenameFromURL(url)),
-                                     {{"url", url}, {"name", name}}));
+                                     {{"url", url},
+                                      {"name", name},
+                                      {"dateStamp", lastWeek},
+                                      {"status", "1204 of 1204 links checked, 3 bad"},
+                                      {"scheduleCalendarIntervalMatrix", name == "Online shop" ? 1 : 0},
+                                      {"scheduleCalendarIntervalWeekday", "Monday"}}));
     startWindow();
     window->resize(1180, 760);
     createSite(server.url("/"), "Demo site");

@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("Trellium5");
     QApplication::setApplicationDisplayName("Trellium");
     QApplication::setDesktopFileName("trellium");
-    QApplication::setWindowIcon(QIcon::fromTheme("trellium", QIcon(":/trellium.svg")));
+    QApplication::setWindowIcon(QIcon::fromTheme("trellium"));
 
     QStringList files = QApplication::arguments().mid(1);
     if (SingleInstance::handToRunning(files))
