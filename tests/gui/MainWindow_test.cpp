@@ -247,6 +247,21 @@ TEST_F(MainWindowTest, FiveStepsFromNewSiteToExport) {
     EXPECT_EQ(server.requests().size(), requests);
 }
 
+// A start that fails shows its alert and goes back to the tasks.
+TEST_F(MainWindowTest, FailedStartReturnsToTasks) {
+    startWindow();
+    createSite("http://exa mple.com/", "Broken");
+    button("nextButton")->click();
+    button("nextButton")->click();
+    ASSERT_EQ(controller().getSelectedTab(), "3");
+    window->userInterface().answersAhead = {0};
+    button(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    settle();
+    EXPECT_TRUE(window->userInterface().answersAhead.isEmpty()) << "the alert was shown";
+    EXPECT_EQ(controller().getSelectedTab(), "3");
+    EXPECT_EQ(window->windowTitle(), "Broken : tasks");
+}
+
 // A settings file handed over starts its crawl at once, on the progress step.
 TEST_F(MainWindowTest, OpenedSettingsFileStartsUnattended) {
     QDir().mkpath(SiteStore::storePath());
