@@ -14,10 +14,16 @@ class ByteBuffer {
     explicit ByteBuffer(int cap) : capacity(cap) { bytes[0] = 0; }
 
     int size() const { return count; }
+    int room() const { return capacity - count; }
     bool full() const { return count >= capacity; }
     char back() const { return bytes[count - 1]; }
     void push(char c) { bytes[count++] = c; }
     void pop() { --count; }
+
+    void append(const char* from, int n) {
+        std::memcpy(bytes + count, from, static_cast<size_t>(n));
+        count += n;
+    }
 
     // Literal markers share the cap with the copied bytes; whatever does not fit is cut.
     void append(const char* literal) {

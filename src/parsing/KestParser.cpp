@@ -364,6 +364,13 @@ void KestParser::settleStretch(const char* from, const char* stop) {
     }
 }
 
+int KestParser::textBeforeBracket(int limit) const {
+    if (counter >= l)
+        return 0;
+    const char* from = bytes + counter;
+    return static_cast<int>(findBracket(from, from + qMin(l - counter, static_cast<quint64>(limit))) - from);
+}
+
 bool KestParser::skipTo(char wanted) {
     if (counter >= l)
         return false;
@@ -585,6 +592,15 @@ std::optional<QString> KestParser::getData() {
             return std::nullopt;
     } else {
         while (aBuffer != '<' && !text.full()) {
+            // Every byte up to the next '<' is stored: those are taken in one piece.
+            const quint64 room = counter < l ? qMin(l - counter, static_cast<quint64>(text.room())) : 0;
+            const void* lt = room ? std::memchr(bytes + counter, '<', static_cast<size_t>(room)) : nullptr;
+            const int run = static_cast<int>(lt ? static_cast<const char*>(lt) - (bytes + counter) : room);
+            if (run > 0) {
+                text.append(bytes + counter, run);
+                readOnTo(counter + run);
+                continue;
+            }
             if (!getNextByte())
                 return std::nullopt;
             if (aBuffer != '<')

@@ -125,6 +125,7 @@ class KestParser {
     void countStretch(const char* from, const char* stop);
     void settleStretch(const char* from, const char* stop);
     bool skipTo(char wanted);
+    int textBeforeBracket(int limit) const;
     bool skipLeadingSpaces();
     bool matchName(const char* lowerName);
     bool skipScript();

@@ -60,6 +60,11 @@ std::optional<QString> KestParser::getNextHrefTrim(bool checkImages, bool trim) 
             return std::nullopt;
         lastWasImg = false;
         lastWasFrame = false;
+        // Each test below fails at once, reading nothing, unless the tag starts with a space or
+        // with the first letter of "a", "script", "frame" or "img".
+        const signed char first = asciiLower(aBuffer);
+        if (first != ' ' && first != 'a' && first != 's' && first != 'f' && first != 'i')
+            continue;
 
         // The tests run in this order, and a test that fails after consuming letters hands
         // the rest of the name to the next one.
@@ -298,6 +303,19 @@ std::optional<QString> KestParser::getLinkText() {
         int openSeen = 0;
         bool stop = false;
         while (!stop && !text.full()) {
+            if (!insideBrackets) {
+                // Up to the next bracket no detector can fire and every byte is stored: those
+                // are taken in one piece.
+                const int run = textBeforeBracket(text.room());
+                if (run > 0) {
+                    text.append(bytes + counter, run);
+                    readOnTo(counter + static_cast<quint64>(run));
+                    closeSeen = 0;
+                    imgSeen = 0;
+                    openSeen = 0;
+                    continue;
+                }
+            }
             if (!getNextByte())
                 return std::nullopt;
             const signed char byte = aBuffer;

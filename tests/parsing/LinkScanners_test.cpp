@@ -119,6 +119,30 @@ TEST(LinkScanners, LinkText) {
     });
 }
 
+TEST(LinkScanners, LinkTextCapOf1500Bytes) {
+    const QByteArray x1499(1499, 'x');
+    struct Case {
+        const char* name;
+        QByteArray html;
+        QString text;
+    };
+    const Case cases[] = {
+        {"text cut at the cap", "<a href=\"u\">" + x1499 + "yz</a>", QString(x1499) + "y"},
+        {"the cap reached by a later piece", "<a href=\"u\">" + x1499 + "<b>yz</b></a>",
+         QString(x1499) + "y"},
+        {"the cap reached just before a tag", "<a href=\"u\">" + x1499 + "y<img src=\"i\" alt=\"q\"></a>",
+         QString(x1499) + "y"},
+        {"a page ending at the cap", "<a href=\"u\">" + x1499 + "y", QString(x1499) + "y"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto parser = parse("<p>" + c.html);
+        std::vector<Link> links = walk(*parser);
+        ASSERT_EQ(links.size(), 1u);
+        EXPECT_EQ(links[0].text.value_or("<none>"), c.text);
+    }
+}
+
 TEST(LinkScanners, Nofollow) {
     struct Case {
         const char* name;

@@ -113,6 +113,13 @@ TEST(ParserCore, GetDataCapsAt1500Bytes) {
     auto parser = atStart("<p>" + QByteArray(2000, 'y') + "<q>");
     ASSERT_TRUE(parser->getTag(false));
     EXPECT_EQ(parser->getData()->size(), 1500);
+    // Text that fills the buffer exactly is whole, and one that ends the page is lost.
+    auto exact = atStart("<p>" + QByteArray(1500, 'y') + "<q>");
+    ASSERT_TRUE(exact->getTag(false));
+    EXPECT_EQ(exact->getData()->size(), 1500);
+    auto unended = atStart("<p>" + QByteArray(1499, 'y'));
+    ASSERT_TRUE(unended->getTag(false));
+    EXPECT_EQ(unended->getData(), std::nullopt);
 }
 
 TEST(ParserCore, GetItemReadsFourDeepRecords) {
