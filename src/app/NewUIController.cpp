@@ -324,27 +324,10 @@ void NewUIController::orphanSheetOK() {
         handleControl(orphanButton);
 }
 
+// The question belongs to the hub; the form wants to know whether its change stands.
 bool NewUIController::handleAuthenticationButton(bool on) {
-    KestConfigManager& config = app.getConfigManager();
-    if (!on) {
-        config.setValueForKey("TrelliumAttemptAuthentication", "NO");
-        return true;
-    }
-    const int answer =
-        ui.alert("Warning - Authentication",
-                 "By switching on this option it is possible to cause damage to your website including "
-                 "deleting pages. "
-                 "\r\rIf possible use an account that has read access to the site but is unable to make "
-                 "changes.\r\rMake sure that your site is backed up and that you are prepared to restore if "
-                 "necessary. "
-                 "\r\rAre you sure you know what you are doing and do you want to continue?",
-                 {"Cancel", "Continue"});
-    if (answer == 0) {
-        config.setValueForKey("TrelliumAttemptAuthentication", "NO");
-        return false;
-    }
-    config.changeSetting("TrelliumAttemptAuthentication", "YES");
-    return true;
+    const bool isOn = app.getHub().handleAuthenticationButton(on);
+    return !on || isOn;
 }
 
 bool NewUIController::partialResultsMenuItemEnabled() const {

@@ -187,8 +187,15 @@ Preferences::Preferences() {
     values.insert("linkslimit", 200000);
     values.insert("levelslimit", 100);
     values.insert("iconView", false);
-    for (const char* key : columnKeys)
-        values.insert(key, false);
+    // The flat report shows all its columns and the by-link outline its link text until the
+    // user switches them off; the other optional columns start hidden.
+    for (const char* key : columnKeys) {
+        const QString name(key);
+        const bool shown = name.startsWith("LorraneFlatViewCols") ||
+                           name == "LorraneByLinkViewColsLinkText" || name == "LorraneByLinkViewColsStatus" ||
+                           name == "LorraneByLinkViewColsLinkurl" || name == "LorraneByLinkViewColsOnPage";
+        values.insert(key, shown);
+    }
 }
 
 QString Preferences::storeFilePath() {

@@ -280,6 +280,28 @@ void LinkCheckerHub::crawlWillContinue() {
     ui.crawlCommandsChanged(false);
 }
 
+bool LinkCheckerHub::handleAuthenticationButton(bool on) {
+    if (!on) {
+        config.setValueForKey("TrelliumAttemptAuthentication", QStringLiteral("NO"));
+        return false;
+    }
+    const int answer = ui.alert("Warning - Authentication",
+                                "By switching on this option it is possible to cause damage to your website "
+                                "including deleting pages. "
+                                "\r\rIf possible use an account that has read access to the site but is "
+                                "unable to make changes.\r\rMake "
+                                "sure that your site is backed up and that you are prepared to restore if "
+                                "necessary. \r\rAre you sure you "
+                                "know what you are doing and do you want to continue?",
+                                {"Cancel", "Continue"});
+    if (answer != 1) {
+        config.setValueForKey("TrelliumAttemptAuthentication", QStringLiteral("NO"));
+        return false;
+    }
+    config.changeSetting("TrelliumAttemptAuthentication", QStringLiteral("YES"));
+    return true;
+}
+
 void LinkCheckerHub::siteHasChanged() {
     crawlFinished = false;
 }

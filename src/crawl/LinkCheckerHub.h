@@ -42,6 +42,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void crawlWillContinue();
     void emergencyMemoryStop();
     void siteHasChanged();
+    // Switching the login on asks first, since a crawl that is logged in can follow links that
+    // change the site. Returns whether the setting is on afterwards.
+    bool handleAuthenticationButton(bool on);
     CrawlState getCrawlState() const;
 
     // Reading the collection

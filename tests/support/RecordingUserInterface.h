@@ -12,7 +12,7 @@ class RecordingUserInterface : public UserInterface {
   public:
     int alert(const QString& title, const QString& text, const QStringList& = {"OK"}) override {
         alerts.append({title, text});
-        return 0;
+        return alertAnswer;
     }
     QString chooseSaveFile(const QString&, const QString&) override { return saveAnswer; }
     QString chooseOpenFile(const QString&) override { return openAnswer; }
@@ -41,5 +41,6 @@ class RecordingUserInterface : public UserInterface {
     qint64 lastDone = 0, lastTotal = 0;
     int paused = 0, continued = 0, didntGetOffGround = 0;
     QString saveAnswer, openAnswer;
+    int alertAnswer = 0;
     std::function<void(int)> onResults;
 };

@@ -1,0 +1,59 @@
+#include "config/KestConfigManager.h"
+#include "config/Preferences.h"
+#include "crawl/LinkCheckerHub.h"
+#include "support/QtPrinting.h"
+#include "support/RecordingUserInterface.h"
+
+#include <gtest/gtest.h>
+
+TEST(LinkCheckerHub, SwitchingTheLoginOnAsksFirst) {
+    struct Case {
+        int answer;
+        bool on;
+    };
+    for (const Case& c : {Case{0, false}, Case{1, true}}) {
+        KestConfigManager config;
+        config.setDefaults();
+        config.setDocumentEdited(false);
+        Preferences preferences;
+        RecordingUserInterface ui;
+        ui.alertAnswer = c.answer;
+        LinkCheckerHub hub(config, preferences, ui);
+        EXPECT_EQ(hub.handleAuthenticationButton(true), c.on);
+        EXPECT_EQ(config.flagForKey("TrelliumAttemptAuthentication"), c.on);
+        ASSERT_EQ(ui.alerts.size(), 1);
+        EXPECT_EQ(ui.alerts[0].first, "Warning - Authentication");
+        EXPECT_TRUE(
+            ui.alerts[0].second.startsWith("By switching on this option it is possible to cause damage"));
+        // Only a confirmed change counts as an edit of the settings.
+        EXPECT_EQ(config.isDocumentEdited(), c.on);
+        EXPECT_FALSE(hub.handleAuthenticationButton(false));
+        EXPECT_EQ(ui.alerts.size(), 1);
+    }
+}
+
+TEST(LinkCheckerHub, BadOnlyReadingOfTheCollection) {
+    KestConfigManager config;
+    config.setDefaults();
+    Preferences preferences;
+    RecordingUserInterface ui;
+    LinkCheckerHub hub(config, preferences, ui);
+    const char* statuses[] = {"200 no error", "404 not found", "200 no error", "500 internal server error"};
+    for (int i = 0; i < 4; ++i) {
+        auto record = std::make_shared<LinkCheckerUrl>(&hub);
+        record->setLinkUrlTrimQuery(QString("http://a.com/%1").arg(i), false);
+        record->setStatus(statuses[i]);
+        hub.add(record);
+        hub.incNumberDone(record);
+    }
+    EXPECT_EQ(hub.getBadCollectionCount(), 2);
+    preferences.setValue("showHideGoodLinksCheckBox", true);
+    EXPECT_EQ(hub.getnthItem(0)->getStatus(), "404 not found");
+    EXPECT_EQ(hub.getnthItem(1)->getStatus(), "500 internal server error");
+    // Past the bad ones the plain index answers; the crawl's own reading never changes.
+    EXPECT_EQ(hub.getnthItem(2)->getLinkUrl(), "http://a.com/2");
+    EXPECT_EQ(hub.getnthofAllItems(0)->getStatus(), "200 no error");
+    EXPECT_EQ(hub.getnthItem(7), nullptr);
+    EXPECT_EQ(hub.getfirstBadItem()->getLinkUrl(), "http://a.com/1");
+    EXPECT_EQ(ui.progressLines.last(), "4 of 4 links checked, 2 bad");
+}
