@@ -171,7 +171,7 @@ int LinkCheckerUrl::getColour() const {
     const int digit = firstDigit(status);
     if (digit == 4)
         return 3;
-    if (owner && owner->shouldFlagBlacklisted() && blacklisted)
+    if (blacklisted && owner && owner->shouldFlagBlacklisted())
         return 2;
     if (status == "Not checked" || status == "Disallowed by robots.txt")
         return 0;

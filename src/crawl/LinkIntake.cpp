@@ -245,7 +245,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
     }
 
     const bool internal =
-        UrlRules::compareHostWithDomain(url.host(), domains, preferences.boolValue("ignoreSubdomain"));
+        UrlRules::compareHostWithDomain(url.host(), domains, intake.ignoreSubdomain);
     QString absolute = url.toString(QUrl::FullyEncoded);
     if (linkNeededEscaping || pageNeededEscaping)
         absolute = QUrl::fromPercentEncoding(absolute.toUtf8());
