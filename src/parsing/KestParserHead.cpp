@@ -38,10 +38,12 @@ QString quotedValueAfter(const QString& text, QLatin1StringView word) {
 // Latin-1; only other tags are decoded, and a tag that cannot be decoded ends the scan.
 class KestParser::ScannedTag {
   public:
+    explicit ScannedTag(const KestParser& parser) : asciiKept(TextEncoding::keepsAscii(parser.useEncoding)) {}
+
     bool read(KestParser& parser) {
         if (!parser.readTag(raw))
             return false;
-        plain = TextEncoding::keepsAscii(parser.useEncoding) && TextEncoding::isAscii(raw.text, raw.size);
+        plain = asciiKept && TextEncoding::isAscii(raw.text, raw.size);
         if (plain)
             return true;
         std::optional<QString> text = parser.decodeTag(raw.text, raw.size);
@@ -58,25 +60,37 @@ class KestParser::ScannedTag {
         return plain ? bytes().contains(word, Qt::CaseInsensitive)
                      : decoded.contains(word, Qt::CaseInsensitive);
     }
+    // The next two take a lower-case word: on ASCII, Qt's case-insensitive test is then a
+    // comparison of each byte in lower case.
     bool equals(QLatin1StringView word) const {
-        return plain ? bytes().compare(word, Qt::CaseInsensitive) == 0
-                     : decoded.compare(word, Qt::CaseInsensitive) == 0;
+        if (!plain)
+            return decoded.compare(word, Qt::CaseInsensitive) == 0;
+        return raw.size == word.size() && sameLetters(raw.text, word);
+    }
+    // `word` found at `at`, case-insensitively, and wholly inside the text.
+    bool hasAt(qsizetype at, QLatin1StringView word) const {
+        if (!plain) {
+            return decoded.size() >= at + word.size() &&
+                   QStringView(decoded).sliced(at, word.size()).compare(word, Qt::CaseInsensitive) == 0;
+        }
+        return raw.size >= at + word.size() && sameLetters(raw.text + at, word);
     }
     bool startsWith(QLatin1StringView word) const {
         return plain ? bytes().startsWith(word) : decoded.startsWith(word);
     }
-    // `word` found at `at`, case-insensitively, and wholly inside the text.
-    bool hasAt(qsizetype at, QLatin1StringView word) const {
-        const qsizetype size = plain ? raw.size : decoded.size();
-        if (size < at + word.size())
-            return false;
-        return plain ? bytes().sliced(at, word.size()).compare(word, Qt::CaseInsensitive) == 0
-                     : QStringView(decoded).sliced(at, word.size()).compare(word, Qt::CaseInsensitive) == 0;
-    }
 
   private:
+    static bool sameLetters(const char* text, QLatin1StringView word) {
+        for (qsizetype i = 0; i < word.size(); ++i) {
+            const char c = text[i];
+            if ((c >= 'A' && c <= 'Z' ? c + 32 : c) != word.data()[i])
+                return false;
+        }
+        return true;
+    }
     QLatin1StringView bytes() const { return QLatin1StringView(raw.text, raw.size); }
 
+    const bool asciiKept;
     TagBytes raw;
     bool plain = false;
     QString decoded;
@@ -108,7 +122,7 @@ struct KestParser::HrefScan {
 QString KestParser::findTitle() {
     // Lower case only, and a later title wins; the search does not stop at the body.
     std::optional<QString> title;
-    ScannedTag tag;
+    ScannedTag tag(*this);
     bool more = tag.read(*this);
     while (more) {
         if (tag.startsWith(QLatin1String("title")) && !tag.isClosing()) {
@@ -206,7 +220,7 @@ std::optional<QString> KestParser::findNextLinkHref() {
 }
 
 void KestParser::findKeywordsAndDescription() {
-    ScannedTag tag;
+    ScannedTag tag(*this);
     bool more = tag.read(*this);
     while (more) {
         // The tests are not exclusive, and any tag holding "canonical" gives the canonical.
@@ -226,7 +240,7 @@ void KestParser::findKeywordsAndDescription() {
 
 QString KestParser::findHeadings() {
     QStringList list;
-    ScannedTag tag;
+    ScannedTag tag(*this);
     bool more = tag.read(*this);
     while (more) {
         if (startsHeading(tag)) {
@@ -253,7 +267,7 @@ QString KestParser::findHeadings() {
 }
 
 bool KestParser::headContains(QLatin1StringView word) {
-    ScannedTag tag;
+    ScannedTag tag(*this);
     bool more = tag.read(*this);
     while (more) {
         if (tag.contains(QLatin1String("meta")) && tag.contains(word))
