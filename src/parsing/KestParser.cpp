@@ -388,6 +388,9 @@ bool KestParser::skipLeadingSpaces() {
 }
 
 bool KestParser::matchName(const char* lowerName) {
+    // Most tags fail on their first byte, before anything is read.
+    if (aBuffer != ' ' && asciiLower(aBuffer) != *lowerName)
+        return false;
     if (!skipLeadingSpaces())
         return false;
     for (; *lowerName; ++lowerName) {
@@ -552,6 +555,21 @@ bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {
     while (aBuffer != terminator && aBuffer != '>' && !buffer.full()) {
         if (aBuffer < 0 || aBuffer > 31)
             buffer.push(aBuffer);
+        // The bytes that follow and would each be stored in turn, with room for all of them,
+        // are read in one piece; the last of them is then the current byte.
+        quint64 end = counter;
+        const quint64 limit = counter + qMin(l - qMin(counter, l), static_cast<quint64>(buffer.room()) + 1);
+        while (end < limit) {
+            const signed char c = static_cast<signed char>(bytes[end]);
+            if (c == terminator || c == '>' || (c >= 0 && c <= 31))
+                break;
+            ++end;
+        }
+        if (end - counter > 1) {
+            buffer.append(bytes + counter, static_cast<int>(end - counter - 1));
+            readOnTo(end);
+            continue;
+        }
         if (!getNextByte())
             return false;
     }
