@@ -12,6 +12,7 @@
 #include <optional>
 
 class KestConfigManager;
+class LinkResolver;
 class Preferences;
 class UserInterface;
 
@@ -145,7 +146,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void applyDirectoryLimit(const QUrl& url);
     // The follow rules: whether a fetched page may be parsed at all.
     bool isFollowBlacklisted(LinkCheckerUrl& page) const;
-    void takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base, bool pageNeededEscaping,
+    void takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping,
                     const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
 
     // The settings that link intake consults for every link, read once per page: a change made

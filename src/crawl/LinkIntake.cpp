@@ -4,6 +4,7 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "crawl/LinkResolver.h"
 #include "crawl/StartProbes.h"
 #include "crawl/UrlRules.h"
 #include "parsing/KestParser.h"
@@ -12,24 +13,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QtDebug>
-
-namespace {
-
-// A link resolved against its page's base: the platform's resolution, with escaping as the fallback.
-QUrl resolveLink(const QUrl& base, const QString& link, bool& neededEscaping) {
-    neededEscaping = false;
-    QUrl relative(link, QUrl::StrictMode);
-    if (!relative.isValid()) {
-        relative = QUrl(UrlRules::addPercentEscapes(link), QUrl::StrictMode);
-        neededEscaping = true;
-        if (!relative.isValid())
-            return QUrl();
-    }
-    const QUrl resolved = base.resolved(relative);
-    return resolved.isValid() ? resolved : QUrl();
-}
-
-} // namespace
 
 void LinkCheckerHub::readIntakeSettings() {
     intake.followQuerystring = config.flagForKey("followQuerystring");
@@ -163,7 +146,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         else if (sitemapStart)
             parser->setXMLMode();
     }
-    const QUrl base = parser->getBaseHref() ? *parser->getBaseHref() : pageUrl;
+    const LinkResolver base(parser->getBaseHref() ? *parser->getBaseHref() : pageUrl);
 
     std::optional<QString> link;
     if (parser->getLength() > 0) {
@@ -200,19 +183,18 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     closing();
 }
 
-void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base, bool pageNeededEscaping,
-                                const QString& rawLink, const QString& linkText, bool nofollow,
-                                bool headNofollow) {
+void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base,
+                                bool pageNeededEscaping, const QString& rawLink, const QString& linkText,
+                                bool nofollow, bool headNofollow) {
     QString link = rawLink;
     if (link.size() > 2 && link.startsWith("./"))
         link = link.mid(2);
     const bool hashIsBad = intake.hashIsBad;
     const bool hashOrEmpty = link == "#" || link.isEmpty();
 
-    bool linkNeededEscaping = false;
-    QUrl url;
+    LinkResolver::Result url;
     if (!hashOrEmpty || hashIsBad)
-        url = resolveLink(base, link, linkNeededEscaping);
+        url = base.resolve(link);
 
     if (hashOrEmpty && hashIsBad) {
         auto record = std::make_shared<LinkCheckerUrl>(this);
@@ -229,7 +211,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
         getNextUrlToCrawl();
         return;
     }
-    if (!url.isValid() || url.isEmpty()) {
+    if (url.absolute.isEmpty()) {
         if (link == "MCMS zref") {
             auto record = std::make_shared<LinkCheckerUrl>(this);
             record->setLinkText(linkText);
@@ -244,10 +226,9 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
         return;
     }
 
-    const bool internal =
-        UrlRules::compareHostWithDomain(url.host(), domains, intake.ignoreSubdomain);
-    QString absolute = url.toString(QUrl::FullyEncoded);
-    if (linkNeededEscaping || pageNeededEscaping)
+    const bool internal = UrlRules::compareHostWithDomain(url.host, domains, intake.ignoreSubdomain);
+    QString absolute = url.absolute;
+    if (url.neededEscaping || pageNeededEscaping)
         absolute = QUrl::fromPercentEncoding(absolute.toUtf8());
     if (LinkCheckerUrlPtr known = weHaveThisOneAlreadyIgnoreInternal(absolute, nullptr, internal)) {
         known->addOnPageUrl(page->getActualLinkUrl());
@@ -261,8 +242,8 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
         return;
     }
 
-    if (plainTextMode && page->isStartingPoint() && !url.host().isEmpty() && !domains.contains(url.host()))
-        domains.append(url.host());
+    if (plainTextMode && page->isStartingPoint() && !url.host.isEmpty() && !domains.contains(url.host))
+        domains.append(url.host);
     if (UrlRules::isMailtoEtc(link) || absolute.isEmpty())
         return;
     auto record = std::make_shared<LinkCheckerUrl>(this);
@@ -285,7 +266,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const QUrl& base,
             record->setIsBlacklisted(true);
             incNumberDone(record);
         }
-    } else if (url.scheme() == "ftp" || (!internal && intake.sitemapOnly)) {
+    } else if (url.scheme == "ftp" || (!internal && intake.sitemapOnly)) {
         record->setStatus("Not checked");
         incNumberDone(record);
     }

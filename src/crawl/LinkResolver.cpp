@@ -1,0 +1,58 @@
+#include "crawl/LinkResolver.h"
+
+#include "crawl/UrlRules.h"
+
+LinkResolver::LinkResolver(const QUrl& base_) : base(base_) {
+    scheme = base.scheme();
+    host = base.host();
+    shortcut = base.isValid() && !host.isEmpty() && (scheme == "http" || scheme == "https");
+    if (!shortcut)
+        return;
+    origin = base.resolved(QUrl("/")).toString(QUrl::FullyEncoded);
+    origin.chop(1);
+    directory = base.resolved(QUrl("x")).toString(QUrl::FullyEncoded);
+    directory.chop(1);
+}
+
+bool LinkResolver::isPlainPath(const QString& link) {
+    if (link.isEmpty() || link.startsWith('?') || link.startsWith("//"))
+        return false;
+    for (QChar c : link) {
+        const char16_t u = c.unicode();
+        const bool plain = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') ||
+                           u == '-' || u == '.' || u == '_' || u == '~' || u == '/' || u == '=' || u == '&' ||
+                           u == '?';
+        if (!plain)
+            return false;
+    }
+    const qsizetype query = link.indexOf('?');
+    const QStringView path = QStringView(link).left(query < 0 ? link.size() : query);
+    for (QStringView segment : path.split(u'/'))
+        if (segment == u"." || segment == u"..")
+            return false;
+    return true;
+}
+
+LinkResolver::Result LinkResolver::resolve(const QString& link) const {
+    if (!shortcut || !isPlainPath(link))
+        return resolveWithUrlClass(link);
+    return {(link.startsWith('/') ? origin : directory) + link, host, scheme, false};
+}
+
+LinkResolver::Result LinkResolver::resolveWithUrlClass(const QString& link) const {
+    Result result;
+    QUrl relative(link, QUrl::StrictMode);
+    if (!relative.isValid()) {
+        relative = QUrl(UrlRules::addPercentEscapes(link), QUrl::StrictMode);
+        result.neededEscaping = true;
+        if (!relative.isValid())
+            return result;
+    }
+    const QUrl resolved = base.resolved(relative);
+    if (!resolved.isValid() || resolved.isEmpty())
+        return result;
+    result.absolute = resolved.toString(QUrl::FullyEncoded);
+    result.host = resolved.host();
+    result.scheme = resolved.scheme();
+    return result;
+}
