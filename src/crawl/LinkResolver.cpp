@@ -17,19 +17,26 @@ LinkResolver::LinkResolver(const QUrl& base_) : base(base_) {
 bool LinkResolver::isPlainPath(const QString& link) {
     if (link.isEmpty() || link.startsWith('?') || link.startsWith("//"))
         return false;
-    for (QChar c : link) {
-        const char16_t u = c.unicode();
+    // One pass: every character plain, and no path segment "." or ".." before the query.
+    qsizetype segmentStart = 0;
+    bool inQuery = false;
+    const qsizetype size = link.size();
+    for (qsizetype i = 0; i <= size; ++i) {
+        const char16_t u = i < size ? link[i].unicode() : u'/';
         const bool plain = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') ||
                            u == '-' || u == '.' || u == '_' || u == '~' || u == '/' || u == '=' || u == '&' ||
                            u == '?';
         if (!plain)
             return false;
-    }
-    const qsizetype query = link.indexOf('?');
-    const QStringView path = QStringView(link).left(query < 0 ? link.size() : query);
-    for (QStringView segment : path.split(u'/'))
-        if (segment == u"." || segment == u"..")
+        if (inQuery || (u != '/' && u != '?'))
+            continue;
+        const qsizetype length = i - segmentStart;
+        if ((length == 1 && link[segmentStart] == '.') ||
+            (length == 2 && link[segmentStart] == '.' && link[segmentStart + 1] == '.'))
             return false;
+        segmentStart = i + 1;
+        inQuery = u == '?';
+    }
     return true;
 }
 
