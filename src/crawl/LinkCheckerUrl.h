@@ -224,6 +224,7 @@ class LinkCheckerUrl : public KestDataObject,
     void appendBody(const QByteArray& bytes);
     void postIncNumberDoneAndThreadHasFinished();
     void postThreadHasFinished();
+    void finishRecheck(myNSURLConnection* connection);
     std::shared_ptr<LinkCheckerUrl> self() { return shared_from_this(); }
 
     QString nsslinkUrl;

@@ -18,6 +18,17 @@ int LinkCheckerUrl::identifierOf(myNSURLConnection* c) const {
     return c ? c->getIdentifier() : 0;
 }
 
+// A recheck wants the status alone: the transfer ends here and the hub hears of it at once.
+void LinkCheckerUrl::finishRecheck(myNSURLConnection* c) {
+    if (c)
+        c->cancel();
+    auto me = self();
+    owner->incNumberDone(me);
+    owner->statusHasChangedFordO(me);
+    owner->threadHasFinished(me);
+    beingRechecked = false;
+}
+
 void LinkCheckerUrl::postThreadHasFinished() {
     auto me = self();
     owner->postToCrawl([me] { me->owner->threadHasFinished(me); });
@@ -130,15 +141,11 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
         isHTML = response.mimeType.contains("html");
     }
 
-    auto me = self();
     if (beingRechecked) {
-        c->cancel();
-        owner->incNumberDone(me);
-        owner->statusHasChangedFordO(me);
-        owner->threadHasFinished(me);
-        beingRechecked = false;
+        finishRecheck(c);
         return;
     }
+    auto me = self();
     owner->statusHasChangedFordO(me);
 
     const bool fullDownload = identifier == myNSURLConnection::fullDownloadIdentifier;
@@ -237,16 +244,11 @@ void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlE
         return;
     }
     setStatus(error.localizedDescription);
-    auto me = self();
     if (beingRechecked) {
-        if (c)
-            c->cancel();
-        owner->incNumberDone(me);
-        owner->statusHasChangedFordO(me);
-        owner->threadHasFinished(me);
-        beingRechecked = false;
+        finishRecheck(c);
         return;
     }
+    auto me = self();
     owner->statusHasChangedFordO(me);
     owner->incNumberDone(me);
     postThreadHasFinished();
