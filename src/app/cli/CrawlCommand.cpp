@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QUrl>
 #include <cstdio>
 #include <unistd.h>
@@ -64,7 +65,9 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         return false;
     }
     if (parser.isSet("help")) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+        std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
+                                                        "Usage: trellium crawl")),
+                   stdout);
         std::exit(0);
     }
     const QStringList positional = parser.positionalArguments();

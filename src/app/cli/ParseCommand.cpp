@@ -6,6 +6,7 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <cstdio>
 
 namespace {
@@ -75,7 +76,9 @@ bool readOptions(const QStringList& args, ParseOptions& out) {
         return false;
     }
     if (parser.isSet("help")) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+        std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
+                                                        "Usage: trellium parse")),
+                   stdout);
         std::exit(0);
     }
     const QStringList positional = parser.positionalArguments();
