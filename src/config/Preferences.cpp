@@ -273,7 +273,8 @@ void Preferences::takeFromSite(const KestConfigManager& site) {
 }
 
 QVariant Preferences::value(const QString& key) const {
-    return values.contains(key) ? values.value(key) : registered.value(key);
+    const auto found = values.constFind(key);
+    return found != values.constEnd() ? *found : registered.value(key);
 }
 
 int Preferences::intValue(const QString& key) const {

@@ -11,6 +11,8 @@
 #include <QTimer>
 #include <QtDebug>
 
+using namespace Qt::StringLiterals;
+
 LinkCheckerHub::LinkCheckerHub(KestConfigManager& config_, Preferences& preferences_, UserInterface& ui_)
     : config(config_), preferences(preferences_), ui(ui_) {}
 
@@ -56,7 +58,7 @@ void LinkCheckerHub::startNewCrawl() {
     getReportDataSource().clear();
 
     soft404Array =
-        KestConfigManager::trimEachItemInArray(preferences.stringValue("soft404Terms").split("\n"));
+        KestConfigManager::trimEachItemInArray(preferences.stringValue(u"soft404Terms"_s).split("\n"));
     readIntakeSettings();
 
     QString url = config.getUrlOfSelectedSite();
@@ -74,7 +76,7 @@ void LinkCheckerHub::startNewCrawl() {
     lastCustomIcon = 0;
 
     auto first = std::make_shared<LinkCheckerUrl>(this);
-    first->setLinkUrlTrimQuery(url, config.flagForKey("followQuerystring"));
+    first->setLinkUrlTrimQuery(url, config.flagForKey(u"followQuerystring"_s));
     first->setIsStartingPoint(true);
     first->setDistanceFromHome(0);
     add(first);
@@ -89,7 +91,7 @@ void LinkCheckerHub::startNewCrawl() {
     if (!plainTextMode)
         applyDirectoryLimit(startUrl);
     domains = startUrl.host().isEmpty() ? QStringList() : QStringList{startUrl.host()};
-    if (preferences.boolValue("checkRobotstxt") || config.flagForKey("blacklistByRobotsTxt"))
+    if (preferences.boolValue(u"checkRobotstxt"_s) || config.flagForKey(u"blacklistByRobotsTxt"_s))
         if (!first->getActualLinkUrl().startsWith("file://"))
             readRobotsTxt();
 
@@ -98,7 +100,7 @@ void LinkCheckerHub::startNewCrawl() {
     numberDone = 0;
     nextUrlToCrawl = 0;
     detectEncoding(first->getActualLinkUrl());
-    singlePage = config.flagForKey("followCheckbox");
+    singlePage = config.flagForKey(u"followCheckbox"_s);
     crawlFinished = false;
     crawlStarted = true;
     rechecking = false;
@@ -112,7 +114,7 @@ void LinkCheckerHub::startNewCrawl() {
 bool LinkCheckerHub::probeLocalStart(QString& url) {
     QString path = QUrl(url).toLocalFile();
     if (QFileInfo(path).isDir())
-        path = QDir(path).filePath(config.stringForKey("defaultLocalFileName").trimmed());
+        path = QDir(path).filePath(config.stringForKey(u"defaultLocalFileName"_s).trimmed());
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         ui.alert("Error opening file",
@@ -130,8 +132,8 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
 
 bool LinkCheckerHub::getNextUrlToCrawl() {
     bool result = false;
-    const int cap = int(config.doubleForKey("numberOfThreads"));
-    const double delay = config.doubleForKey("delay");
+    const int cap = int(config.doubleForKey(u"numberOfThreads"_s));
+    const double delay = config.doubleForKey(u"delay"_s);
     while (!stopPressedFlag && (numberOfThreadsDetached < cap || numberOfThreadsDetached == 0)) {
         ItemPtr record = lfDataSource::getnthItem(nextUrlToCrawl);
         if (!record) {
@@ -203,7 +205,7 @@ void LinkCheckerHub::statusHasChangedFordO(const LinkCheckerUrlPtr& record) {
 bool LinkCheckerHub::isFinished() {
     if (crawlFinished)
         return true;
-    const double timeout = config.doubleForKey("timeOut");
+    const double timeout = config.doubleForKey(u"timeOut"_s);
     quint64 withStatus = 0;
     for (const ItemPtr& record : collection) {
         if (!record->getStatus().isEmpty()) {
@@ -219,7 +221,7 @@ bool LinkCheckerHub::isFinished() {
         crawlDidStop();
         if (numberDone > 1)
             doReport(actionWhenFinished == 6);
-        if (config.flagForKey("archivePages"))
+        if (config.flagForKey(u"archivePages"_s))
             saveArchive();
     } else if (!stopPressedFlag) {
         crawlWillContinue();
@@ -329,7 +331,7 @@ void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {
 // ---------------------------------------------------------------- one request
 
 void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
-    const double timeout = config.doubleForKey("timeOut");
+    const double timeout = config.doubleForKey(u"timeOut"_s);
     if (record->directoryTooHigh()) {
         record->setStatus("badly formed url");
         incNumberDone(record);
@@ -340,14 +342,14 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
         record->setBeingRechecked(true);
 
     QString text = record->getLinkUrlForTesting();
-    if (text.size() > 7 && text.startsWith("feed://"))
+    if (text.size() > 7 && text.startsWith(u"feed://"))
         text = "http://" + text.mid(7);
     QUrl url(text, QUrl::StrictMode);
     if (!url.isValid() || text.isEmpty())
         url = QUrl(UrlRules::addPercentEscapes(record->getLinkUrlForTesting()), QUrl::StrictMode);
     if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
         url = QUrl::fromLocalFile(
-            QDir(url.toLocalFile()).filePath(config.stringForKey("defaultLocalFileName").trimmed()));
+            QDir(url.toLocalFile()).filePath(config.stringForKey(u"defaultLocalFileName"_s).trimmed()));
 
     UrlRequest request;
     request.url = url;
@@ -357,21 +359,25 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     const QString referer = record->getLastOnPageUrl();
     if (!referer.isEmpty())
         request.setValueForHTTPHeaderField(referer.toUtf8(), "Referer");
-    const QString host = url.port() >= 0 ? QString("%1:%2").arg(url.host()).arg(url.port()) : url.host();
+    const QString host = url.port() >= 0 ? url.host() + u':' + QString::number(url.port()) : url.host();
     request.setValueForHTTPHeaderField(host.toUtf8(), "Host");
     request.httpShouldHandleCookies = getAuthentication();
-    for (int i = 1; i <= 3; ++i) {
-        const QString key = config.stringForKey(QString("customHeaderKey%1").arg(i));
+    static const QString headerKeys[] = {u"customHeaderKey1"_s, u"customHeaderKey2"_s, u"customHeaderKey3"_s};
+    static const QString headerValues[] = {u"customHeaderValue1"_s, u"customHeaderValue2"_s,
+                                           u"customHeaderValue3"_s};
+    for (int i = 0; i < 3; ++i) {
+        const QString key = config.stringForKey(headerKeys[i]);
         if (!key.isEmpty())
-            request.setValueForHTTPHeaderField(
-                config.stringForKey(QString("customHeaderValue%1").arg(i)).toUtf8(), key.toUtf8());
+            request.setValueForHTTPHeaderField(config.stringForKey(headerValues[i]).toUtf8(), key.toUtf8());
     }
 
-    const QString user = getAuthenticationUserName(), password = getAuthenticationPassword();
-    const QString userField = getAuthenticationUserNameFieldName(),
-                  passwordField = getAuthenticationPasswordFieldName();
-    if (getAuthentication() && record->isStartingPoint() && !user.isEmpty() && !password.isEmpty() &&
-        !userField.isEmpty() && !passwordField.isEmpty()) {
+    // Only the starting point logs in, so the credentials are read for it alone.
+    const bool login = getAuthentication() && record->isStartingPoint();
+    const QString user = login ? getAuthenticationUserName() : QString();
+    const QString password = login ? getAuthenticationPassword() : QString();
+    const QString userField = login ? getAuthenticationUserNameFieldName() : QString();
+    const QString passwordField = login ? getAuthenticationPasswordFieldName() : QString();
+    if (login && !user.isEmpty() && !password.isEmpty() && !userField.isEmpty() && !passwordField.isEmpty()) {
         // The login form as the site expects it; nothing is percent-encoded.
         QString body = QString("%1=%2&%3=%4").arg(userField, user, passwordField, password);
         for (int i = 1; i <= 3; ++i) {
@@ -393,7 +399,7 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
         request.setValueForHTTPHeaderField("keep-alive", "Connection");
         request.body = bytes;
     }
-    if (config.flagForKey("runJS"))
+    if (config.flagForKey(u"runJS"_s))
         record->setRunJS(request);
     record->setSentRequest();
     if (!url.isValid() || url.isEmpty()) {
@@ -408,12 +414,12 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
 // ---------------------------------------------------------------- the collection
 
 void LinkCheckerHub::add(const ItemPtr& item) {
-    setCapacityLimit(preferences.intValue("linkslimit"));
+    setCapacityLimit(preferences.intValue(u"linkslimit"_s));
     lfDataSource::add(item);
 }
 
 LinkCheckerHub::ItemPtr LinkCheckerHub::getnthItem(qsizetype n) const {
-    if (preferences.boolValue("showHideGoodLinksCheckBox")) {
+    if (preferences.boolValue(u"showHideGoodLinksCheckBox"_s)) {
         if (badCollectionCount == 0)
             return nullptr;
         qsizetype seen = 0;
@@ -479,64 +485,64 @@ void LinkCheckerHub::resetDomain(const LinkCheckerUrl& record) {
 // ---------------------------------------------------------------- settings, read live
 
 bool LinkCheckerHub::shouldTrim() const {
-    return config.flagForKey("followQuerystring");
+    return config.flagForKey(u"followQuerystring"_s);
 }
 void LinkCheckerHub::setIgnoreQS() {
     config.setValueForKey("followQuerystring", QStringLiteral("YES"));
 }
 bool LinkCheckerHub::shouldTrimSpaces() const {
-    return preferences.boolValue("trimWhitespace");
+    return preferences.boolValue(u"trimWhitespace"_s);
 }
 bool LinkCheckerHub::shouldIgnoreSlash() const {
-    return config.flagForKey("ignoreSlash");
+    return config.flagForKey(u"ignoreSlash"_s);
 }
 bool LinkCheckerHub::shouldParsePDFs() const {
-    return config.flagForKey("parsePDFs");
+    return config.flagForKey(u"parsePDFs"_s);
 }
 bool LinkCheckerHub::shouldArchive() const {
-    return config.flagForKey("archivePages") || preferences.boolValue("SEOCountKeywordsInContent");
+    return config.flagForKey(u"archivePages"_s) || preferences.boolValue(u"SEOCountKeywordsInContent"_s);
 }
 bool LinkCheckerHub::shouldCacheData() const {
-    return config.flagForKey("checkSpelling") || config.flagForKey("checkGrammar");
+    return config.flagForKey(u"checkSpelling"_s) || config.flagForKey(u"checkGrammar"_s);
 }
 bool LinkCheckerHub::shouldFlagBlacklisted() const {
-    return preferences.boolValue("flagBlacklisted");
+    return preferences.boolValue(u"flagBlacklisted"_s);
 }
 bool LinkCheckerHub::shouldLogModifiedDate() const {
-    return preferences.boolValue("includelastmodinsitemap");
+    return preferences.boolValue(u"includelastmodinsitemap"_s);
 }
 bool LinkCheckerHub::shouldPerformSoft404Check() const {
-    return preferences.boolValue("soft404Button");
+    return preferences.boolValue(u"soft404Button"_s);
 }
 bool LinkCheckerHub::getCheckImages() const {
-    return config.flagForKey("checkImages");
+    return config.flagForKey(u"checkImages"_s);
 }
 bool LinkCheckerHub::checkErrorPages() const {
-    return config.flagForKey("checkErrorPages");
+    return config.flagForKey(u"checkErrorPages"_s);
 }
 bool LinkCheckerHub::isUsingTitles() const {
-    return config.flagForKey("uniqueTitles");
+    return config.flagForKey(u"uniqueTitles"_s);
 }
 bool LinkCheckerHub::getAuthentication() const {
-    return config.flagForKey("TrelliumAttemptAuthentication");
+    return config.flagForKey(u"TrelliumAttemptAuthentication"_s);
 }
 QString LinkCheckerHub::getAuthenticationUserName() const {
-    return config.stringForKey("authenticationusername");
+    return config.stringForKey(u"authenticationusername"_s);
 }
 QString LinkCheckerHub::getAuthenticationPassword() const {
-    return config.stringForKey("authenticationpassword");
+    return config.stringForKey(u"authenticationpassword"_s);
 }
 QString LinkCheckerHub::getAuthenticationUserNameFieldName() const {
-    return config.stringForKey("authenticationusernamefieldname");
+    return config.stringForKey(u"authenticationusernamefieldname"_s);
 }
 QString LinkCheckerHub::getAuthenticationPasswordFieldName() const {
-    return config.stringForKey("authenticationpasswordfieldname");
+    return config.stringForKey(u"authenticationpasswordfieldname"_s);
 }
 double LinkCheckerHub::getTimeoutInterval() const {
-    return config.doubleForKey("timeOut");
+    return config.doubleForKey(u"timeOut"_s);
 }
 bool LinkCheckerHub::displayPageTitle() const {
-    return preferences.intValue("KestreliaShowPageTitle") != 0;
+    return preferences.intValue(u"KestreliaShowPageTitle"_s) != 0;
 }
 QString LinkCheckerHub::userAgent() const {
     return preferences.userAgentString();

@@ -110,6 +110,8 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
 
     // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);
+    // The settings intake reads once a page rather than once a link.
+    void readIntakeSettings();
     LinkCheckerUrlPtr weHaveThisOneAlreadyIgnoreInternal(const QString& url, const LinkCheckerUrl* ignore,
                                                          bool internal) const;
     bool weHaveThisTitleAlready(const LinkCheckerUrl& page) const;
@@ -146,6 +148,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     void applyDirectoryLimit(const QUrl& url);
     // The follow rules: whether a fetched page may be parsed at all.
     bool isFollowBlacklisted(LinkCheckerUrl& page) const;
+    LinkCheckerUrlPtr lookupKey(QString key, const LinkCheckerUrl* ignore, bool internal) const;
     void takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping,
                     const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
 
@@ -155,7 +158,6 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
         bool followQuerystring = false, ignoreSlash = false, hashIsBad = false, ignoreSubdomain = false,
              blacklistByRobotsTxt = false, sitemapOnly = false, checkImages = false, trimSpaces = false;
     };
-    void readIntakeSettings();
 
     KestConfigManager& config;
     Preferences& preferences;

@@ -22,8 +22,8 @@ void LinkCheckerUrl::setLinkUrlTrimQuery(const QString& url, bool trimQuery) {
     if (url.isNull())
         return;
     QString text = url;
-    const qsizetype google = text.indexOf("/url?q=");
-    if (text.contains("google.") && google >= 0) {
+    const qsizetype google = text.indexOf(u"/url?q=");
+    if (text.contains(u"google.") && google >= 0) {
         // A search engine's result link: the real target stands in its query.
         const qsizetype start = google + 7;
         const qsizetype end = text.indexOf('&', start);
@@ -43,7 +43,7 @@ void LinkCheckerUrl::setLinkUrlTrimQuery(const QString& url, bool trimQuery) {
 QString LinkCheckerUrl::trimHashQuery(const QString& url, bool trimQuery) const {
     if (url.size() < 2)
         return url;
-    if (url.contains("#!"))
+    if (url.contains(u"#!"))
         return url;
     QString text = url;
     // "&#" opens a character reference, not a fragment.
@@ -90,7 +90,7 @@ QString LinkCheckerUrl::getLinkUrlForTesting() const {
 bool LinkCheckerUrl::directoryTooHigh() const {
     if (highlightCallback)
         return false;
-    return nsslinkUrl.contains("../");
+    return nsslinkUrl.contains(u"../");
 }
 
 int LinkCheckerUrl::getDirectoryDepth() const {
@@ -110,7 +110,7 @@ bool LinkCheckerUrl::getIsPDF() const {
     const qsizetype slash = path.lastIndexOf('/');
     const QString last = path.mid(slash + 1);
     const qsizetype dot = last.lastIndexOf('.');
-    return dot >= 0 && last.mid(dot + 1).contains("pdf", Qt::CaseInsensitive);
+    return dot >= 0 && last.mid(dot + 1).contains(u"pdf", Qt::CaseInsensitive);
 }
 
 bool LinkCheckerUrl::isEqualToUrlTrimmedIgnoreTrailingSlash(const QString& url, bool trimmed,
@@ -121,7 +121,7 @@ bool LinkCheckerUrl::isEqualToUrlTrimmedIgnoreTrailingSlash(const QString& url, 
     if (ignoreTrailingSlash && text.endsWith('/'))
         text.chop(1);
     bool tripled = false;
-    if (text.contains("///")) {
+    if (text.contains(u"///")) {
         text.replace("///", "//");
         tripled = true;
     }
@@ -580,17 +580,26 @@ int LinkCheckerUrl::countOcurrencesOfStringInString(const QString& needle, const
 void LinkCheckerUrl::setLinkText(const QString& text) {
     if (text.isNull())
         return;
-    if (text.contains("[img alt]"))
+    if (text.contains(u"[img alt]"))
         isImage = true;
     linkText = text;
 }
 
 void LinkCheckerUrl::setSentRequest() {
     sentRequest = QDateTime::currentDateTimeUtc();
-    const QDateTime local = sentRequest->toLocalTime();
-    const QLocale locale;
-    timestamp =
-        locale.toString(local.date(), QLocale::ShortFormat) + " " + locale.toString(local.time(), "HH:mm:ss");
+    // The stamp changes once a second while requests go out by the hundred: the text of the
+    // current second is made once and shared.
+    thread_local qint64 stampSecond = -1;
+    thread_local QString stampText;
+    const qint64 second = sentRequest->toSecsSinceEpoch();
+    if (second != stampSecond) {
+        const QDateTime local = sentRequest->toLocalTime();
+        const QLocale locale;
+        stampText = locale.toString(local.date(), QLocale::ShortFormat) + u' ' +
+                    locale.toString(local.time(), u"HH:mm:ss");
+        stampSecond = second;
+    }
+    timestamp = stampText;
 }
 
 void LinkCheckerUrl::setFileSize(int bytes) {

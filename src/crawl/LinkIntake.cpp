@@ -14,13 +14,15 @@
 #include <QFileInfo>
 #include <QtDebug>
 
+using namespace Qt::StringLiterals;
+
 void LinkCheckerHub::readIntakeSettings() {
-    intake.followQuerystring = config.flagForKey("followQuerystring");
-    intake.ignoreSlash = config.flagForKey("ignoreSlash");
-    intake.hashIsBad = config.flagForKey("KestreliaHashIsBad");
-    intake.ignoreSubdomain = preferences.boolValue("ignoreSubdomain");
-    intake.blacklistByRobotsTxt = config.flagForKey("blacklistByRobotsTxt");
-    intake.sitemapOnly = config.flagForKey("KestreliaSitemapOnly");
+    intake.followQuerystring = config.flagForKey(u"followQuerystring"_s);
+    intake.ignoreSlash = config.flagForKey(u"ignoreSlash"_s);
+    intake.hashIsBad = config.flagForKey(u"KestreliaHashIsBad"_s);
+    intake.ignoreSubdomain = preferences.boolValue(u"ignoreSubdomain"_s);
+    intake.blacklistByRobotsTxt = config.flagForKey(u"blacklistByRobotsTxt"_s);
+    intake.sitemapOnly = config.flagForKey(u"KestreliaSitemapOnly"_s);
     intake.checkImages = getCheckImages();
     intake.trimSpaces = shouldTrimSpaces();
 }
@@ -30,28 +32,65 @@ LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QStri
                                                                      bool internal) const {
     if (url.isEmpty() || lookupDictionary.isEmpty())
         return nullptr;
-    QString key = url;
-    if (key.contains("///") && !key.startsWith("file"))
-        key.replace("///", "//");
-    // A hash-bang addresses a page of its own: such a link is never taken for a known one.
-    if (key.contains("#!"))
+    // One look over the text finds what the key rules need; a link that needs none of them,
+    // the common case, is looked up as it stands without a copy.
+    const QChar* chars = url.constData();
+    const qsizetype size = url.size();
+    qsizetype hash = -1, query = -1;
+    bool tripleSlash = false;
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t c = chars[i].unicode();
+        if (c == '#') {
+            // A hash-bang addresses a page of its own: such a link is never taken for a known one.
+            if (i + 1 < size && chars[i + 1] == u'!')
+                return nullptr;
+            if (hash < 0)
+                hash = i;
+        } else if (c == '?') {
+            if (query < 0)
+                query = i;
+        } else if (c == '/' && i + 2 < size && chars[i + 1] == u'/' && chars[i + 2] == u'/') {
+            tripleSlash = true;
+        }
+    }
+    qsizetype end = size;
+    if (tripleSlash && !url.startsWith(u"file")) {
+        // Rare: the folded text is searched afresh.
+        QString key = url;
+        key.replace(u"///"_s, u"//"_s);
+        return lookupKey(key, ignore, internal);
+    }
+    if (hash >= 0)
+        end = hash;
+    if (internal && intake.followQuerystring && query >= 0 && query < end)
+        end = query;
+    if (intake.ignoreSlash && end > 0 && chars[end - 1] == u'/')
+        --end;
+    const LinkCheckerUrlPtr found =
+        end == size ? lookupDictionary.value(url) : lookupDictionary.value(url.left(end));
+    return found.get() == ignore ? nullptr : found;
+}
+
+// The key rules applied step by step, for a text already changed.
+LinkCheckerUrlPtr LinkCheckerHub::lookupKey(QString key, const LinkCheckerUrl* ignore, bool internal) const {
+    if (key.contains(u"#!"))
         return nullptr;
-    const qsizetype hash = key.indexOf('#');
+    const qsizetype hash = key.indexOf(u'#');
     if (hash >= 0)
         key.truncate(hash);
     if (internal && intake.followQuerystring) {
-        const qsizetype query = key.indexOf('?');
+        const qsizetype query = key.indexOf(u'?');
         if (query >= 0)
             key.truncate(query);
     }
-    if (intake.ignoreSlash && key.endsWith('/'))
+    if (intake.ignoreSlash && key.endsWith(u'/'))
         key.chop(1);
-    LinkCheckerUrlPtr found = lookupDictionary.value(key);
+    const LinkCheckerUrlPtr found = lookupDictionary.value(key);
     return found.get() == ignore ? nullptr : found;
 }
 
 bool LinkCheckerHub::weHaveThisTitleAlready(const LinkCheckerUrl& page) const {
-    return config.flagForKey("uniqueTitles") && !page.getLinkPageTitle().isEmpty() &&
+    return config.flagForKey(u"uniqueTitles"_s) && !page.getLinkPageTitle().isEmpty() &&
            lookupDictionary.contains(page.getLinkPageTitle());
 }
 
@@ -62,11 +101,11 @@ bool LinkCheckerHub::shouldBeInSitemapCollection(const LinkCheckerUrl& page) con
     if (colour == 3 || colour == 4)
         return false;
     if (actionWhenFinished == 7) {
-        const QString term = config.stringForKey("filterSitemapByTerm");
+        const QString term = config.stringForKey(u"filterSitemapByTerm"_s);
         if (!QString::fromUtf8(page.getData()).contains(term))
             return false;
     }
-    if (!preferences.boolValue("checkRobotstxt"))
+    if (!preferences.boolValue(u"checkRobotstxt"_s))
         return true;
     return !UrlRules::stringContainsOneOfTheseTerms(page.getActualLinkUrl(),
                                                     robotsBlacklistArray ? &*robotsBlacklistArray : nullptr);
@@ -77,7 +116,7 @@ bool LinkCheckerHub::isFollowBlacklisted(LinkCheckerUrl& page) const {
     if (page.linkContainsOneOfTheseTerms(&followBlacklistArray))
         page.setIsBlacklisted(true);
     const bool whitelist = !followWhitelistArray.isEmpty();
-    if (!config.flagForKey("blacklistCheckContent")) {
+    if (!config.flagForKey(u"blacklistCheckContent"_s)) {
         if (whitelist && !page.linkContainsOneOfTheseTerms(&followWhitelistArray) && !page.isStartingPoint())
             page.setIsBlacklisted(true);
     } else {
@@ -120,24 +159,24 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         return closing();
     if (isFollowBlacklisted(*page))
         return closing();
-    if (page->getDistanceFromHome() > preferences.intValue("levelslimit"))
+    if (page->getDistanceFromHome() > preferences.intValue(u"levelslimit"_s))
         return closing();
-    if (count() >= preferences.intValue("linkslimit"))
+    if (count() >= preferences.intValue(u"linkslimit"_s))
         return closing();
-    if (config.flagForKey("nofollowCheckbox") && page->isNofollow() == 1)
+    if (config.flagForKey(u"nofollowCheckbox"_s) && page->isNofollow() == 1)
         return closing();
     const bool sitemapStart = page->isStartingPoint() && page->getActualLinkUrl().contains(".xml");
     // PDF documents join with the PDF reader; until then they are checked but not read.
     if (!(page->getIsHTML() || plainTextMode || sitemapStart))
         return closing();
 
-    const bool checkNofollow = config.flagForKey("nofollowCheckbox") ||
-                               preferences.boolValue("nofollowColCheckbox") ||
-                               preferences.boolValue("nofollowFlatColCheckbox");
+    const bool checkNofollow = config.flagForKey(u"nofollowCheckbox"_s) ||
+                               preferences.boolValue(u"nofollowColCheckbox"_s) ||
+                               preferences.boolValue(u"nofollowFlatColCheckbox"_s);
     auto parser =
         KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
-            page->getData(), userAgent(), preferences.boolValue("SEOEnabledCheckBox"), shouldArchive(),
-            preferences.boolValue("checkRobots"), checkNofollow, getDetectedEncoding());
+            page->getData(), userAgent(), preferences.boolValue(u"SEOEnabledCheckBox"_s), shouldArchive(),
+            preferences.boolValue(u"checkRobots"_s), checkNofollow, getDetectedEncoding());
     page->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
     page->setHeadContainsNoIndex(!parser->getShouldBeIndexed());
     if (page->isStartingPoint()) {
@@ -187,10 +226,10 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
                                 bool pageNeededEscaping, const QString& rawLink, const QString& linkText,
                                 bool nofollow, bool headNofollow) {
     QString link = rawLink;
-    if (link.size() > 2 && link.startsWith("./"))
+    if (link.size() > 2 && link.startsWith(u"./"))
         link = link.mid(2);
     const bool hashIsBad = intake.hashIsBad;
-    const bool hashOrEmpty = link == "#" || link.isEmpty();
+    const bool hashOrEmpty = link.isEmpty() || link == u"#";
 
     LinkResolver::Result url;
     if (!hashOrEmpty || hashIsBad)
@@ -212,7 +251,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         return;
     }
     if (url.absolute.isEmpty()) {
-        if (link == "MCMS zref") {
+        if (link == u"MCMS zref") {
             auto record = std::make_shared<LinkCheckerUrl>(this);
             record->setLinkText(linkText);
             record->addOnPageUrl(page->getActualLinkUrl());
@@ -283,7 +322,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
 void LinkCheckerHub::applyDirectoryLimit(const QUrl& url) {
     const QString term =
         StartProbes::directoryLimitTerm(lfDataSource::getnthItem(0)->getLinkUrl(), url.host(), url.port(),
-                                        config.flagForKey("wordpressUrls"));
+                                        config.flagForKey(u"wordpressUrls"_s));
     if (!term.isEmpty())
         followWhitelistArray.append(term);
 }
@@ -308,8 +347,8 @@ void LinkCheckerHub::detectEncoding(const QString& url) {
     QString fetchUrl = url;
     if (fetchUrl.startsWith("file://") && QFileInfo(QUrl(url).toLocalFile()).isDir())
         fetchUrl =
-            QUrl::fromLocalFile(
-                QDir(QUrl(url).toLocalFile()).filePath(config.stringForKey("defaultLocalFileName").trimmed()))
+            QUrl::fromLocalFile(QDir(QUrl(url).toLocalFile())
+                                    .filePath(config.stringForKey(u"defaultLocalFileName"_s).trimmed()))
                 .toString();
     const SyncFetchResult start = fetchSynchronously(fetchUrl, userAgent(), getTimeoutInterval());
     // What the server says of its charset comes first; the page's own meta tag is the fallback.

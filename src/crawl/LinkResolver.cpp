@@ -15,7 +15,7 @@ LinkResolver::LinkResolver(const QUrl& base_) : base(base_) {
 }
 
 bool LinkResolver::isPlainPath(const QString& link) {
-    if (link.isEmpty() || link.startsWith('?') || link.startsWith("//"))
+    if (link.isEmpty() || link.startsWith('?') || link.startsWith(u"//"))
         return false;
     // One pass: every character plain, and no path segment "." or ".." before the query.
     qsizetype segmentStart = 0;

@@ -7,10 +7,10 @@ namespace UrlRules {
 QString completeStartUrl(const QString& text) {
     if (text.size() < 7)
         return "http://" + text;
-    if (text.contains("://"))
+    if (text.contains(u"://"))
         return text;
     if (text.size() > 8 &&
-        (text.startsWith("/Volum") || text.startsWith("/Users") || text.startsWith("/Library"))) {
+        (text.startsWith(u"/Volum") || text.startsWith(u"/Users") || text.startsWith(u"/Library"))) {
         QString path = text;
         path.replace("&amp;", "&").replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"");
         path.replace("&apos;", "'");
@@ -29,7 +29,7 @@ bool compareHostWithDomain(const QString& host, const QStringList& domains, bool
             const bool hostShorter = host.size() < domain.size();
             const QString& shorter = hostShorter ? host : domain;
             const QString& longer = hostShorter ? domain : host;
-            if (longer.contains("." + shorter, Qt::CaseInsensitive))
+            if (longer.contains(u'.' + shorter, Qt::CaseInsensitive))
                 return true;
         }
     }

@@ -70,6 +70,7 @@ struct myNSURLConnection::Transfer {
     CURL* easy = nullptr;
     curl_slist* headerList = nullptr;
     bool inMulti = false;
+    bool cookiesUsed = false;
     bool cancelled = false;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 
@@ -143,6 +144,21 @@ class CurlDriver : public QObject {
             dirty.push_back(t);
     }
     bool isLive(myNSURLConnection::Transfer* t) const { return live.count(t) != 0; }
+    // Handles are kept for reuse: making one costs more than a request on an open connection.
+    CURL* takeHandle() {
+        if (idle.empty())
+            return curl_easy_init();
+        CURL* easy = idle.back();
+        idle.pop_back();
+        return easy;
+    }
+    // A handle that has held cookies keeps them through a reset, so it is not used again.
+    void giveBack(CURL* easy, bool hadCookies) {
+        if (!hadCookies && idle.size() < maxIdle)
+            idle.push_back(easy);
+        else
+            curl_easy_cleanup(easy);
+    }
     CURLSH* cookies() const { return cookieShare; }
 
   private:
@@ -160,6 +176,8 @@ class CurlDriver : public QObject {
         connect(&timer, &QTimer::timeout, this, [this] { action(CURL_SOCKET_TIMEOUT, 0); });
     }
     ~CurlDriver() override {
+        for (CURL* easy : idle)
+            curl_easy_cleanup(easy);
         for (auto& [socket, watch] : watches)
             delete watch.read, delete watch.write;
         curl_multi_cleanup(multi);
@@ -238,6 +256,8 @@ class CurlDriver : public QObject {
     std::unordered_map<curl_socket_t, Watch> watches;
     std::unordered_set<myNSURLConnection::Transfer*> live;
     std::vector<myNSURLConnection::Transfer*> dirty;
+    static constexpr size_t maxIdle = 64;
+    std::vector<CURL*> idle;
 };
 
 } // namespace
@@ -246,7 +266,7 @@ myNSURLConnection::Transfer::~Transfer() {
     *alive = false;
     CurlDriver::instance().forget(this);
     if (easy)
-        curl_easy_cleanup(easy);
+        CurlDriver::instance().giveBack(easy, cookiesUsed);
     curl_slist_free_all(headerList);
 }
 
@@ -262,7 +282,7 @@ void myNSURLConnection::Transfer::start() {
         startFile();
         return;
     }
-    easy = curl_easy_init();
+    easy = CurlDriver::instance().takeHandle();
     configure();
     CurlDriver::instance().add(this);
 }
@@ -334,6 +354,7 @@ void myNSURLConnection::Transfer::configure() {
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.constData());
     }
     if (request.httpShouldHandleCookies) {
+        cookiesUsed = true;
         curl_easy_setopt(easy, CURLOPT_SHARE, CurlDriver::instance().cookies());
         curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
     }
@@ -361,7 +382,7 @@ void myNSURLConnection::Transfer::detach() {
     cancelled = true;
     CurlDriver::instance().forget(this);
     if (easy) {
-        curl_easy_cleanup(easy);
+        CurlDriver::instance().giveBack(easy, cookiesUsed);
         easy = nullptr;
     }
     curl_slist_free_all(headerList);

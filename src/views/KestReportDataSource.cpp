@@ -30,6 +30,11 @@ struct PendingRows {
 
 namespace {
 
+void setIfNotNull(QString& field, const QString& value) {
+    if (!value.isNull())
+        field = value;
+}
+
 struct ColumnRule {
     const char* title;
     const char* identifier;
@@ -113,28 +118,39 @@ void KestReportDataSource::buildRows(std::vector<RecordSnapshot> records) {
         std::lock_guard lock(rowsMutex);
         made.highestId = pendingBase;
     }
-    for (const RecordSnapshot& s : records) {
-        try {
+    try {
+        // The rows live side by side in one block that the row pointers share; one allocation
+        // instead of one per row.
+        size_t total = 0;
+        for (const RecordSnapshot& s : records)
+            total += size_t(s.occurrences);
+        auto block = std::make_shared<std::vector<KestReportItem>>();
+        block->reserve(total);
+        made.rows.reserve(total);
+        for (const RecordSnapshot& s : records) {
+            if (s.occurrences == 0)
+                continue;
+            auto part = std::make_shared<KestReportItem::RecordPart>();
+            part->distanceFromHome = s.distance;
+            setIfNotNull(part->linkUrl, s.linkUrl);
+            setIfNotNull(part->redir, s.redir);
+            setIfNotNull(part->timestamp, s.timestamp);
+            setIfNotNull(part->status, s.status);
+            part->lcurl = s.record;
             for (qsizetype j = 0; j < s.occurrences; ++j) {
-                auto row = std::make_shared<KestReportItem>();
-                row->setDistanceFromHome(s.distance);
-                row->setLinkUrl(s.linkUrl);
-                row->setRedir(s.redir);
-                row->setTimestamp(s.timestamp);
-                row->setStatus(s.status);
-                row->setOnPageUrl(s.shownPages.value(j, ""));
-                row->setLinkText(s.linkTexts.value(j, ""));
-                row->setNofollow(j < s.nofollow.size() ? s.nofollow[j] : false);
-                row->setLcurl(s.record);
-                row->setOwner(this);
-                row->setID(++made.highestId);
-                made.rows.push_back(row);
+                KestReportItem& row = block->emplace_back(part);
+                row.setOnPageUrl(s.shownPages.value(j, ""));
+                row.setLinkText(s.linkTexts.value(j, ""));
+                row.setNofollow(j < s.nofollow.size() ? s.nofollow[j] : false);
+                row.setOwner(this);
+                row.setID(++made.highestId);
+                made.rows.emplace_back(block, &row);
                 if (s.bad)
-                    made.badRows.push_back(std::move(row));
+                    made.badRows.push_back(made.rows.back());
             }
-        } catch (const std::bad_alloc&) {
-            qInfo() << "**** unable to add more data to flat view report";
         }
+    } catch (const std::bad_alloc&) {
+        qInfo() << "**** unable to add more data to flat view report";
     }
     if (made.rows.size() > size_t(INT_MAX)) {
         qInfo().noquote() << QString("*** unable to display flat list as its members (%1) exceeds internal "

@@ -4,39 +4,50 @@
 #include "views/KestReportDataSource.h"
 #include "views/TableExport.h"
 
+KestReportItem::KestReportItem() : part(std::make_shared<RecordPart>()) {}
+
+KestReportItem::KestReportItem(std::shared_ptr<const RecordPart> part_) : part(std::move(part_)) {}
+
+KestReportItem::RecordPart& KestReportItem::own() {
+    if (part.use_count() > 1)
+        part = std::make_shared<RecordPart>(*part);
+    return const_cast<RecordPart&>(*part);
+}
+
 bool KestReportItem::contains(const QString& term) const {
-    return linkText.contains(term, Qt::CaseInsensitive) || redir.contains(term, Qt::CaseInsensitive) ||
-           linkUrl.contains(term, Qt::CaseInsensitive) || status.contains(term, Qt::CaseInsensitive);
+    return linkText.contains(term, Qt::CaseInsensitive) || part->redir.contains(term, Qt::CaseInsensitive) ||
+           part->linkUrl.contains(term, Qt::CaseInsensitive) ||
+           part->status.contains(term, Qt::CaseInsensitive);
 }
 
 QVariant KestReportItem::getFieldByName(const QString& key) const {
     if (key == "distancefromhome" || key == "distance")
-        return QString::number(distanceFromHome);
+        return QString::number(part->distanceFromHome);
     if (key == "onpagename")
-        return onPageName;
+        return part->onPageName;
     if (key == "onpageurl")
         return onPageUrl;
     if (key == "linktext")
         return linkText;
     if (key == "linkurl")
-        return linkUrl;
+        return part->linkUrl;
     if (key == "status")
-        return status;
+        return part->status;
     if (key == "redir")
-        return redir;
+        return part->redir;
     if (key == "timestamp")
-        return timestamp;
+        return part->timestamp;
     if (key == "nofollow")
         return QString(nofollow ? "Yes" : "No");
     if (key == "onpageurlhtml")
         return getOnPageUrlHTML();
-    if ((key == "linkurlhtml" || key == "linkredirhtml") && lcurl)
-        return lcurl->getFieldByName(key);
+    if ((key == "linkurlhtml" || key == "linkredirhtml") && part->lcurl)
+        return part->lcurl->getFieldByName(key);
     return QString("");
 }
 
 int KestReportItem::getColour() const {
-    return lcurl ? lcurl->getColour() : 0;
+    return part->lcurl ? part->lcurl->getColour() : 0;
 }
 
 QString KestReportItem::getOnPageUrlHTML() const {

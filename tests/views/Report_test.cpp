@@ -57,6 +57,22 @@ TEST(FlatReport, OneRowPerOccurrence) {
     EXPECT_EQ(f.report.getnthItem(0)->getID(), 4);
 }
 
+// The rows of one record share what they have alike; changing one row leaves its siblings be.
+TEST(FlatReport, RowsOfOneRecordChangeApart) {
+    Crawled f;
+    const auto first = f.report.getnthItem(0), second = f.report.getnthItem(1);
+    ASSERT_EQ(first->getLinkUrl(), second->getLinkUrl());
+    first->setStatus("500 internal server error");
+    first->setLinkUrl("http://example.com/changed");
+    first->setDistanceFromHome(7);
+    EXPECT_EQ(second->getStatus(), "200 no error");
+    EXPECT_EQ(second->getLinkUrl(), "http://example.com/a");
+    EXPECT_EQ(second->getDistanceFromHome(), 1);
+    EXPECT_EQ(first->getFieldByName("status").toString(), "500 internal server error");
+    // Both still answer their colour through the record.
+    EXPECT_EQ(first->getLcurl(), second->getLcurl());
+}
+
 TEST(FlatReport, PageTitlesStandForURLsWhenAsked) {
     Crawled f;
     f.preferences.setValue("KestreliaShowPageTitle", 1);
