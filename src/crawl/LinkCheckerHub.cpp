@@ -55,6 +55,7 @@ void LinkCheckerHub::startNewCrawl() {
     ui.reloadView("links");
     lookupDictionary.clear();
     byPageDictionary.clear();
+    lastPageLinks = nullptr;
     getReportDataSource().clear();
 
     soft404Array =
@@ -461,7 +462,15 @@ void LinkCheckerHub::addToLookupWithKey(const LinkCheckerUrlPtr& record, const Q
 }
 
 void LinkCheckerHub::addLinkForPage(const LinkCheckerUrlPtr& record, const QString& page) {
-    byPageDictionary[page].append(record);
+    // Links arrive page by page, so the list of the page in hand is kept at hand. The page text
+    // held here keeps its characters alive, so the same address and size mean the same text; a
+    // dictionary shared with a copy is looked up afresh, which detaches it first.
+    if (!lastPageLinks || !byPageDictionary.isDetached() || page.constData() != lastPage.constData() ||
+        page.size() != lastPage.size()) {
+        lastPageLinks = &byPageDictionary[page];
+        lastPage = page;
+    }
+    lastPageLinks->append(record);
 }
 
 int LinkCheckerHub::numberOfLinksOnThisPage(const QString& page) const {

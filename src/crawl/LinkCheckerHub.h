@@ -180,6 +180,8 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     std::optional<QStringList> robotsBlacklistArray;
     QStringList soft404Array;
     QHash<QString, LinkCheckerUrlPtr> lookupDictionary;
+    QString lastPage;
+    QList<LinkCheckerUrlPtr>* lastPageLinks = nullptr;
     QHash<QString, QList<LinkCheckerUrlPtr>> byPageDictionary;
     int actionWhenFinished = 0;
     LinkCheckerUrlPtr currentItem;

@@ -149,8 +149,8 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
     owner->statusHasChangedFordO(me);
 
     const bool fullDownload = identifier == myNSURLConnection::fullDownloadIdentifier;
-    const bool wantedPdf = getIsPDF() && owner->shouldParsePDFs();
-    const bool keepForType = isHTML || isImage || startingPoint || fullDownload || wantedPdf;
+    const bool keepForType =
+        isHTML || isImage || startingPoint || fullDownload || (owner->shouldParsePDFs() && getIsPDF());
     const bool keepForPlace = internal || fullDownload || owner->shouldPerformSoft404Check();
     if (!keepForType || !keepForPlace) {
         c->cancel();

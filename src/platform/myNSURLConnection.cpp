@@ -394,11 +394,15 @@ void myNSURLConnection::Transfer::detach() {
 size_t myNSURLConnection::Transfer::onHeader(char* buffer, size_t size, size_t count, void* self) {
     auto* t = static_cast<Transfer*>(self);
     const size_t n = size * count;
-    QByteArray line(buffer, qsizetype(n));
+    QByteArrayView line(buffer, qsizetype(n));
     while (line.endsWith('\n') || line.endsWith('\r'))
         line.chop(1);
     if (line.startsWith("HTTP/")) {
-        t->statusCode = line.split(' ').value(1).toInt();
+        // "HTTP/1.1 200 OK": the code is the second word.
+        const qsizetype space = line.indexOf(' ');
+        QByteArrayView rest = space < 0 ? QByteArrayView() : line.sliced(space + 1);
+        const qsizetype end = rest.indexOf(' ');
+        t->statusCode = (end < 0 ? rest : rest.first(end)).toInt();
         t->headers.clear();
         t->headersComplete = false;
     } else if (line.isEmpty()) {
@@ -414,7 +418,8 @@ size_t myNSURLConnection::Transfer::onHeader(char* buffer, size_t size, size_t c
     } else {
         const qsizetype colon = line.indexOf(':');
         if (colon > 0)
-            t->headers.append({line.left(colon).trimmed(), line.mid(colon + 1).trimmed()});
+            t->headers.append(
+                {line.first(colon).trimmed().toByteArray(), line.sliced(colon + 1).trimmed().toByteArray()});
     }
     return n;
 }

@@ -108,3 +108,36 @@ TEST(LinkCheckerHub, KnownLinksAreFoundByTheirKey) {
         EXPECT_EQ(hub.weHaveThisOneAlreadyIgnoreInternal(c.asked, record.get(), c.internal), nullptr);
     }
 }
+
+// Links are filed under their page as they come, pages interleaved or not, and a copy of the
+// filing taken on the way keeps what it had.
+TEST(LinkCheckerHub, LinksAreFiledUnderTheirPage) {
+    KestConfigManager config;
+    config.setDefaults();
+    Preferences preferences;
+    RecordingUserInterface ui;
+    LinkCheckerHub hub(config, preferences, ui);
+    auto link = [&](const QString& url) {
+        auto record = std::make_shared<LinkCheckerUrl>(&hub);
+        record->setLinkUrlTrimQuery(url, false);
+        return record;
+    };
+    const QString a = "http://h/a", b = "http://h/b";
+    link("http://h/1")->addOnPageUrl(a);
+    link("http://h/2")->addOnPageUrl(a);
+    link("http://h/3")->addOnPageUrl(b);
+    // The same text made afresh is the same page.
+    link("http://h/4")->addOnPageUrl(QString("http://h/") + "a");
+    const auto copy = hub.getByPageDictionary();
+    link("http://h/5")->addOnPageUrl(a);
+    link("http://h/6")->addOnPageUrl(b);
+
+    EXPECT_EQ(copy.value(a).size(), 3);
+    EXPECT_EQ(copy.value(b).size(), 1);
+    const auto& filed = hub.getByPageDictionary();
+    ASSERT_EQ(filed.value(a).size(), 4);
+    EXPECT_EQ(filed.value(a)[3]->getLinkUrl(), "http://h/5");
+    ASSERT_EQ(filed.value(b).size(), 2);
+    EXPECT_EQ(filed.value(b)[1]->getLinkUrl(), "http://h/6");
+    EXPECT_EQ(hub.numberOfLinksOnThisPage(a), 4);
+}
