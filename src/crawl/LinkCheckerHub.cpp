@@ -56,6 +56,7 @@ void LinkCheckerHub::startNewCrawl() {
     lookupDictionary.clear();
     byPageDictionary.clear();
     lastPageLinks = nullptr;
+    linkTextPool.clear();
     getReportDataSource().clear();
 
     soft404Array =

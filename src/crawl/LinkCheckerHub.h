@@ -6,6 +6,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 #include <QUrl>
 #include <functional>
@@ -182,6 +183,8 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     QHash<QString, LinkCheckerUrlPtr> lookupDictionary;
     QString lastPage;
     QList<LinkCheckerUrlPtr>* lastPageLinks = nullptr;
+    // Link texts repeat across a site (menus, footers); each distinct text is kept once.
+    QSet<QString> linkTextPool;
     QHash<QString, QList<LinkCheckerUrlPtr>> byPageDictionary;
     int actionWhenFinished = 0;
     LinkCheckerUrlPtr currentItem;

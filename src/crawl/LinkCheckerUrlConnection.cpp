@@ -31,7 +31,13 @@ void LinkCheckerUrl::finishRecheck(myNSURLConnection* c) {
 
 void LinkCheckerUrl::postThreadHasFinished() {
     auto me = self();
-    owner->postToCrawl([me] { me->owner->threadHasFinished(me); });
+    owner->postToCrawl([me] {
+        // Out of the connection's own calls now: a finished one is let go, as records outlive
+        // their requests by the whole crawl.
+        if (me->connection && me->connection->isCancelled())
+            me->connection.reset();
+        me->owner->threadHasFinished(me);
+    });
 }
 
 void LinkCheckerUrl::postIncNumberDoneAndThreadHasFinished() {

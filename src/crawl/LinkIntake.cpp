@@ -212,7 +212,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     }
 
     while (link) {
-        const QString text = parser->getLinkText().value_or(QString(""));
+        const QString text = *linkTextPool.insert(parser->getLinkText().value_or(QString("")));
         takeInLink(page, base, pageNeededEscaping, *link, text, parser->lastLinkWasNofollow(),
                    parser->getHeadContainsNoFollow());
         link = parser->getNextHrefTrim(intake.checkImages, intake.trimSpaces);
