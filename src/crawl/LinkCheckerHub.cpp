@@ -61,7 +61,7 @@ void LinkCheckerHub::startNewCrawl() {
 
     soft404Array =
         KestConfigManager::trimEachItemInArray(preferences.stringValue(u"soft404Terms"_s).split("\n"));
-    readIntakeSettings();
+    readCrawlSettings();
 
     QString url = config.getUrlOfSelectedSite();
     if (url.isEmpty())
@@ -134,8 +134,8 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
 
 bool LinkCheckerHub::getNextUrlToCrawl() {
     bool result = false;
-    const int cap = int(config.doubleForKey(u"numberOfThreads"_s));
-    const double delay = config.doubleForKey(u"delay"_s);
+    const int cap = settings.threads;
+    const double delay = settings.delay;
     while (!stopPressedFlag && (numberOfThreadsDetached < cap || numberOfThreadsDetached == 0)) {
         ItemPtr record = lfDataSource::getnthItem(nextUrlToCrawl);
         if (!record) {
@@ -259,6 +259,7 @@ void LinkCheckerHub::stop() {
 }
 
 void LinkCheckerHub::continueCrawl() {
+    readCrawlSettings();
     stopPressedFlag = false;
     crawlWillContinue();
     getNextUrlToCrawl();
@@ -333,7 +334,7 @@ void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {
 // ---------------------------------------------------------------- one request
 
 void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
-    const double timeout = config.doubleForKey(u"timeOut"_s);
+    const double timeout = settings.timeout;
     if (record->directoryTooHigh()) {
         record->setStatus("badly formed url");
         incNumberDone(record);
@@ -357,7 +358,7 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     request.url = url;
     request.timeoutInterval = timeout;
     request.httpShouldHandleCookies = false;
-    request.setValueForHTTPHeaderField(userAgent().toUtf8(), "User-Agent");
+    request.setValueForHTTPHeaderField(settings.userAgent.toUtf8(), "User-Agent");
     const QString referer = record->getLastOnPageUrl();
     if (!referer.isEmpty())
         request.setValueForHTTPHeaderField(referer.toUtf8(), "Referer");

@@ -111,8 +111,10 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
 
     // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);
-    // The settings intake reads once a page rather than once a link.
-    void readIntakeSettings();
+    // The settings the crawl reads once a page rather than once a link or a request: taken at
+    // the start, on every page and on continuing, so a change made meanwhile counts from the
+    // next page on.
+    void readCrawlSettings();
     LinkCheckerUrlPtr weHaveThisOneAlreadyIgnoreInternal(const QString& url, const LinkCheckerUrl* ignore,
                                                          bool internal) const;
     bool weHaveThisTitleAlready(const LinkCheckerUrl& page) const;
@@ -155,15 +157,18 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
 
     // The settings that link intake consults for every link, read once per page: a change made
     // during a crawl takes effect from the next page on.
-    struct IntakeSettings {
+    struct CrawlSettings {
         bool followQuerystring = false, ignoreSlash = false, hashIsBad = false, ignoreSubdomain = false,
              blacklistByRobotsTxt = false, sitemapOnly = false, checkImages = false, trimSpaces = false;
+        int threads = 0;
+        double delay = 0, timeout = 0;
+        QString userAgent;
     };
 
     KestConfigManager& config;
     Preferences& preferences;
     UserInterface& ui;
-    IntakeSettings intake;
+    CrawlSettings settings;
 
     int nextUrlToCrawl = 0;
     int numberOfThreadsDetached = 0;

@@ -16,15 +16,19 @@
 
 using namespace Qt::StringLiterals;
 
-void LinkCheckerHub::readIntakeSettings() {
-    intake.followQuerystring = config.flagForKey(u"followQuerystring"_s);
-    intake.ignoreSlash = config.flagForKey(u"ignoreSlash"_s);
-    intake.hashIsBad = config.flagForKey(u"KestreliaHashIsBad"_s);
-    intake.ignoreSubdomain = preferences.boolValue(u"ignoreSubdomain"_s);
-    intake.blacklistByRobotsTxt = config.flagForKey(u"blacklistByRobotsTxt"_s);
-    intake.sitemapOnly = config.flagForKey(u"KestreliaSitemapOnly"_s);
-    intake.checkImages = getCheckImages();
-    intake.trimSpaces = shouldTrimSpaces();
+void LinkCheckerHub::readCrawlSettings() {
+    settings.followQuerystring = config.flagForKey(u"followQuerystring"_s);
+    settings.ignoreSlash = config.flagForKey(u"ignoreSlash"_s);
+    settings.hashIsBad = config.flagForKey(u"KestreliaHashIsBad"_s);
+    settings.ignoreSubdomain = preferences.boolValue(u"ignoreSubdomain"_s);
+    settings.blacklistByRobotsTxt = config.flagForKey(u"blacklistByRobotsTxt"_s);
+    settings.sitemapOnly = config.flagForKey(u"KestreliaSitemapOnly"_s);
+    settings.checkImages = getCheckImages();
+    settings.trimSpaces = shouldTrimSpaces();
+    settings.threads = int(config.doubleForKey(u"numberOfThreads"_s));
+    settings.delay = config.doubleForKey(u"delay"_s);
+    settings.timeout = config.doubleForKey(u"timeOut"_s);
+    settings.userAgent = userAgent();
 }
 
 LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QString& url,
@@ -62,9 +66,9 @@ LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QStri
     }
     if (hash >= 0)
         end = hash;
-    if (internal && intake.followQuerystring && query >= 0 && query < end)
+    if (internal && settings.followQuerystring && query >= 0 && query < end)
         end = query;
-    if (intake.ignoreSlash && end > 0 && chars[end - 1] == u'/')
+    if (settings.ignoreSlash && end > 0 && chars[end - 1] == u'/')
         --end;
     const LinkCheckerUrlPtr found =
         end == size ? lookupDictionary.value(url) : lookupDictionary.value(url.left(end));
@@ -78,12 +82,12 @@ LinkCheckerUrlPtr LinkCheckerHub::lookupKey(QString key, const LinkCheckerUrl* i
     const qsizetype hash = key.indexOf(u'#');
     if (hash >= 0)
         key.truncate(hash);
-    if (internal && intake.followQuerystring) {
+    if (internal && settings.followQuerystring) {
         const qsizetype query = key.indexOf(u'?');
         if (query >= 0)
             key.truncate(query);
     }
-    if (intake.ignoreSlash && key.endsWith(u'/'))
+    if (settings.ignoreSlash && key.endsWith(u'/'))
         key.chop(1);
     const LinkCheckerUrlPtr found = lookupDictionary.value(key);
     return found.get() == ignore ? nullptr : found;
@@ -134,7 +138,7 @@ bool LinkCheckerHub::isFollowBlacklisted(LinkCheckerUrl& page) const {
 }
 
 void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
-    readIntakeSettings();
+    readCrawlSettings();
     auto closing = [&] {
         if (!shouldCacheData())
             page->clearData();
@@ -153,7 +157,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     }
     if (weHaveThisOneAlreadyIgnoreInternal(page->getRedir(), page.get(), page->isInternal()))
         return closing();
-    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, intake.ignoreSubdomain))
+    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, settings.ignoreSubdomain))
         return closing();
     if (singlePage && lfDataSource::getnthItem(0) != page)
         return closing();
@@ -198,7 +202,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         const QString canonical = parser->getCanonical().value_or(QString());
         if (!canonical.isEmpty())
             page->setCanonical(pageUrl.resolved(QUrl(canonical)).toString());
-        link = parser->getNextHrefTrim(intake.checkImages, intake.trimSpaces);
+        link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
 
     if (weHaveThisTitleAlready(*page))
@@ -215,7 +219,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         const QString text = *linkTextPool.insert(parser->getLinkText().value_or(QString("")));
         takeInLink(page, base, pageNeededEscaping, *link, text, parser->lastLinkWasNofollow(),
                    parser->getHeadContainsNoFollow());
-        link = parser->getNextHrefTrim(intake.checkImages, intake.trimSpaces);
+        link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
     page->setWordCount(parser->getWordCount());
     parser->curlUpAndDie();
@@ -228,7 +232,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
     QString link = rawLink;
     if (link.size() > 2 && link.startsWith(u"./"))
         link = link.mid(2);
-    const bool hashIsBad = intake.hashIsBad;
+    const bool hashIsBad = settings.hashIsBad;
     const bool hashOrEmpty = link.isEmpty() || link == u"#";
 
     LinkResolver::Result url;
@@ -265,7 +269,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         return;
     }
 
-    const bool internal = UrlRules::compareHostWithDomain(url.host, domains, intake.ignoreSubdomain);
+    const bool internal = UrlRules::compareHostWithDomain(url.host, domains, settings.ignoreSubdomain);
     QString absolute = url.absolute;
     if (url.neededEscaping || pageNeededEscaping)
         absolute = QUrl::fromPercentEncoding(absolute.toUtf8());
@@ -287,7 +291,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         return;
     auto record = std::make_shared<LinkCheckerUrl>(this);
     record->setIsInternal(internal);
-    record->setLinkUrlTrimQuery(absolute, intake.followQuerystring);
+    record->setLinkUrlTrimQuery(absolute, settings.followQuerystring);
     record->setLinkText(linkText);
     record->addOnPageUrl(page->getActualLinkUrl());
     record->addOnPageName(page->getLinkPageTitle());
@@ -298,14 +302,14 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         record->setIsBlacklisted(true);
         incNumberDone(record);
     }
-    if (intake.blacklistByRobotsTxt) {
+    if (settings.blacklistByRobotsTxt) {
         if (UrlRules::stringContainsOneOfTheseTerms(absolute, robotsBlacklistArray ? &*robotsBlacklistArray
                                                                                    : nullptr)) {
             record->setStatus("Disallowed by robots.txt");
             record->setIsBlacklisted(true);
             incNumberDone(record);
         }
-    } else if (url.scheme == "ftp" || (!internal && intake.sitemapOnly)) {
+    } else if (url.scheme == "ftp" || (!internal && settings.sitemapOnly)) {
         record->setStatus("Not checked");
         incNumberDone(record);
     }

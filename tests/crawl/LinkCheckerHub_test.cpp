@@ -98,7 +98,7 @@ TEST(LinkCheckerHub, KnownLinksAreFoundByTheirKey) {
         Preferences preferences;
         RecordingUserInterface ui;
         LinkCheckerHub hub(config, preferences, ui);
-        hub.readIntakeSettings();
+        hub.readCrawlSettings();
         // Stored as it stands: the record's own trimming is another matter.
         auto record = std::make_shared<LinkCheckerUrl>(&hub);
         hub.addToLookupWithKey(record, c.stored);
