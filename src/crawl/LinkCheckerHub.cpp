@@ -459,6 +459,19 @@ QString LinkCheckerHub::getStartingUrl() const {
     return first ? first->getLinkUrl() : QString();
 }
 
+QSet<QString> LinkCheckerHub::getFileExtensionSet() const {
+    QSet<QString> extensions;
+    for (const ItemPtr& record : collection) {
+        const QString extension = UrlRules::pathExtension(QUrl(record->getActualLinkUrl()).path());
+        if (!extension.isEmpty())
+            extensions.insert(extension);
+    }
+    extensions.insert(QStringLiteral("html"));
+    extensions.insert(QStringLiteral("htm"));
+    extensions.insert(QStringLiteral("php"));
+    return extensions;
+}
+
 void LinkCheckerHub::addToLookupWithKey(const LinkCheckerUrlPtr& record, const QString& key) {
     lookupDictionary.insert(key, record);
 }

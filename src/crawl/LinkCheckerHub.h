@@ -57,6 +57,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     int countBadCollection();
     bool isInBadCollection(const LinkCheckerUrl& record) const { return record.isInBadCollection(); }
     QString getStartingUrl() const;
+    // The kinds of file the crawl met (path extensions of the actual URLs), plus the usual
+    // page kinds: what the orphan search counts as a page.
+    QSet<QString> getFileExtensionSet() const;
     void add(const ItemPtr& item) override;
 
     // Lookups filled as links come in

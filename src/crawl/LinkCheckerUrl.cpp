@@ -106,11 +106,7 @@ int LinkCheckerUrl::getDirectoryDepth() const {
 }
 
 bool LinkCheckerUrl::getIsPDF() const {
-    const QString path = QUrl(getActualLinkUrl()).path();
-    const qsizetype slash = path.lastIndexOf('/');
-    const QString last = path.mid(slash + 1);
-    const qsizetype dot = last.lastIndexOf('.');
-    return dot >= 0 && last.mid(dot + 1).contains(u"pdf", Qt::CaseInsensitive);
+    return UrlRules::pathExtension(QUrl(getActualLinkUrl()).path()).contains(u"pdf", Qt::CaseInsensitive);
 }
 
 bool LinkCheckerUrl::isEqualToUrlTrimmedIgnoreTrailingSlash(const QString& url, bool trimmed,

@@ -69,6 +69,12 @@ QString stripHost(const QString& url) {
     return url.mid(start);
 }
 
+QString pathExtension(const QString& path) {
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const qsizetype dot = path.lastIndexOf(u'.');
+    return dot > slash ? path.mid(dot + 1) : QString();
+}
+
 QString addPercentEscapes(const QString& text) {
     return QString::fromLatin1(QUrl::toPercentEncoding(text, "!#$&'()*+,/:;=?@[]~"));
 }

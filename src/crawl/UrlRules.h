@@ -17,6 +17,8 @@ bool containsColon(const QString& text);
 // Plain substring test, case-insensitive; terms of one character or none never match.
 bool stringContainsOneOfTheseTerms(const QString& text, const QStringList* terms);
 QString stripHost(const QString& url);
+// What follows the last "." of a path's last component; empty when it has none.
+QString pathExtension(const QString& path);
 // Escapes what may not stand in a URL, percent signs included, leaving the delimiters alone.
 QString addPercentEscapes(const QString& text);
 // A URL from text in strict mode, or from the escaped text when that fails; invalid if neither works.

@@ -279,3 +279,15 @@ TEST(LinkIntake, PlainTextAndSitemapStarts) {
     EXPECT_EQ(sitemap.find(server.url("/two"))->getStatus(), "200 no error");
     EXPECT_TRUE(sitemap.find(server.url("/child")));
 }
+
+TEST(LinkIntake, FileExtensionsOfTheCrawlForTheOrphanSearch) {
+    TestServer server;
+    server.addPage("/", page("Home", "<a href=\"/guide.PDF\">pdf</a> <a href=\"/v1.2/notes\">no extension</a>"
+                                     "<a href=\"/pack.tar.gz\">archive</a> <a href=\"/a.asp?x=1.5\">query</a>"
+                                     "<a href=\"/folder/\">folder</a> <a href=\"/a.asp#p.q\">fragment</a>"));
+    Crawl crawl(server.url("/"));
+    crawl.hub.go();
+    ASSERT_TRUE(crawl.runToEnd());
+    // Letter case is kept; the page kinds are always there; a dot in a folder or a query is no extension.
+    EXPECT_EQ(crawl.hub.getFileExtensionSet(), QSet<QString>({"PDF", "gz", "asp", "html", "htm", "php"}));
+}

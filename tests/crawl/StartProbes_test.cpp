@@ -88,6 +88,12 @@ TEST(UrlRules, StartCompletionAndHosts) {
         SCOPED_TRACE(c.host);
         EXPECT_EQ(UrlRules::compareHostWithDomain(c.host, c.domains, c.ignoreSubdomain), c.internal);
     }
+    const std::pair<const char*, const char*> extensions[] = {
+        {"/a/b.html", "html"}, {"/x.tar.gz", "gz"}, {"/v1.2/notes", ""}, {"/dir/", ""}, {"", ""},
+        {"/end.", ""},
+    };
+    for (const auto& [path, extension] : extensions)
+        EXPECT_EQ(UrlRules::pathExtension(path), extension) << path;
     EXPECT_TRUE(UrlRules::isMailtoEtc("page.html?call=tel:123"));
     EXPECT_TRUE(UrlRules::isMailtoEtc("MAILTO:me@x.org"));
     EXPECT_FALSE(UrlRules::isMailtoEtc("telephone.html"));
