@@ -46,13 +46,16 @@ printf "|%s|%s|%s|%s|%s|\n" ------------------------------ -------- --------- --
 port=18088
 for pages in "${@:-2000 20000}"; do
   site=$work/site-$pages
-  python3 "$shared/gensite.py" "$site" --pages "$pages" >/dev/null
   ext=$((port + 11))
+  # The external links point at the second nginx server, so they are answered, not refused.
+  python3 "$shared/gensite.py" "$site" --pages "$pages" --ext-base "http://127.0.0.2:$ext" >/dev/null
   pids+=("$(bash "$shared/serve.sh" "$site" "$port" "$ext")")
-  start=http://127.0.0.1:$port/index.html
+  # The site's root: linkinator follows only links below the start, and /index.html has none.
+  start=http://127.0.0.1:$port/
   total=$(python3 -c "import json;print(json.load(open('$site/site.json'))['pages'])")
   measure "trellium --threads 12" "$total" "$trellium" crawl "$start" --threads 12
-  tail -3 "$work/out" >&2
+  # Its closing line shows that the whole site was walked.
+  grep -a 'links checked' "$work/out" | tail -n 1 >&2
   measure "wget --spider -r -l inf" "$total" wget --spider -r -l inf -q -e robots=off -P "$work/wget" "$start"
   if [ -x "$linkinator" ]; then
     measure "linkinator --concurrency 12" "$total" "$linkinator" "$start" --recurse --concurrency 12
