@@ -417,6 +417,10 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
 // ---------------------------------------------------------------- the collection
 
 void LinkCheckerHub::add(const ItemPtr& item) {
+    if (!item) {
+        qInfo() << "*** attempt to add null link ***";
+        return;
+    }
     setCapacityLimit(preferences.intValue(u"linkslimit"_s));
     lfDataSource::add(item);
 }

@@ -2,6 +2,7 @@
 // a challenge, a body, a failure, and in what order the hub hears of it.
 #include "crawl/LinkCheckerHub.h"
 #include "crawl/LinkCheckerUrl.h"
+#include "crawl/UrlRules.h"
 
 #include <QtDebug>
 
@@ -73,8 +74,10 @@ LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, 
         c->cancel();
         return std::nullopt;
     }
-    // Percent escapes are read back in the site's encoding; UTF-8 covers the usual case.
-    const QString readable = hadPercent ? QUrl::fromPercentEncoding(newText.toUtf8()) : newText;
+    // Percent escapes are read back in the site's encoding; escapes that are no text in it stay.
+    const QString readable =
+        hadPercent ? UrlRules::percentDecoded(newText, owner->getDetectedEncoding()).value_or(newText)
+                   : newText;
     if (readable == getActualLinkUrl()) {
         qInfo().noquote() << QString("redir to identical url %1 - just returning").arg(readable);
         return next;

@@ -181,18 +181,20 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
             page->getData(), userAgent(), preferences.boolValue(u"SEOEnabledCheckBox"_s), shouldArchive(),
             preferences.boolValue(u"checkRobots"_s), checkNofollow, getDetectedEncoding());
-    page->setHeadContainsNoFollow(parser->getHeadContainsNoFollow());
-    page->setHeadContainsNoIndex(!parser->getShouldBeIndexed());
-    if (page->isStartingPoint()) {
+    // A page with no body at all makes no reader; each question to it then has the empty
+    // answer, so such a page has no links and counts as not to be indexed.
+    page->setHeadContainsNoFollow(parser && parser->getHeadContainsNoFollow());
+    page->setHeadContainsNoIndex(!(parser && parser->getShouldBeIndexed()));
+    if (parser && page->isStartingPoint()) {
         if (plainTextMode)
             parser->setPlainTextMode();
         else if (sitemapStart)
             parser->setXMLMode();
     }
-    const LinkResolver base(parser->getBaseHref() ? *parser->getBaseHref() : pageUrl);
+    const LinkResolver base(parser && parser->getBaseHref() ? *parser->getBaseHref() : pageUrl);
 
     std::optional<QString> link;
-    if (parser->getLength() > 0) {
+    if (parser && parser->getLength() > 0) {
         page->setLinkPageTitle(parser->getTitle());
         page->setMetaDescription(parser->getDescription());
         page->setHeadings(parser->getHeadings());
@@ -221,8 +223,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
                    parser->getHeadContainsNoFollow());
         link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
-    page->setWordCount(parser->getWordCount());
-    parser->curlUpAndDie();
+    page->setWordCount(parser ? parser->getWordCount() : 0);
     closing();
 }
 
@@ -234,9 +235,11 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         link = link.mid(2);
     const bool hashIsBad = settings.hashIsBad;
     const bool hashOrEmpty = link.isEmpty() || link == u"#";
+    // The reader's word for a zref attribute: never an address, though it would resolve as one.
+    const bool zref = link == u"MCMS zref";
 
     LinkResolver::Result url;
-    if (!hashOrEmpty || hashIsBad)
+    if (!zref && (!hashOrEmpty || hashIsBad))
         url = base.resolve(link);
 
     if (hashOrEmpty && hashIsBad) {
@@ -255,7 +258,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         return;
     }
     if (url.absolute.isEmpty()) {
-        if (link == u"MCMS zref") {
+        if (zref) {
             auto record = std::make_shared<LinkCheckerUrl>(this);
             record->setLinkText(linkText);
             record->addOnPageUrl(page->getActualLinkUrl());
@@ -272,7 +275,7 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
     const bool internal = UrlRules::compareHostWithDomain(url.host, domains, settings.ignoreSubdomain);
     QString absolute = url.absolute;
     if (url.neededEscaping || pageNeededEscaping)
-        absolute = QUrl::fromPercentEncoding(absolute.toUtf8());
+        absolute = UrlRules::percentDecoded(absolute, getDetectedEncoding()).value_or(QString());
     if (LinkCheckerUrlPtr known = weHaveThisOneAlreadyIgnoreInternal(absolute, nullptr, internal)) {
         known->addOnPageUrl(page->getActualLinkUrl());
         known->addOnPageName(page->getLinkPageTitle());

@@ -35,7 +35,8 @@ namespace StartProbes {
 QString directoryLimitTerm(const QString& url, const QString& host, int port, bool wordpressUrls) {
     qsizetype start = 7;
     if (!host.isEmpty()) {
-        const qsizetype at = url.indexOf(host);
+        // The URL class gives the host in lower case; the text may have it otherwise.
+        const qsizetype at = url.indexOf(host, 0, Qt::CaseInsensitive);
         start = at < 0 ? 7 : at + host.size();
         if (port >= 0)
             start += QString::number(port).size() + 1;

@@ -1,5 +1,7 @@
 #include "crawl/UrlRules.h"
 
+#include "parsing/TextEncodings.h"
+
 #include <QUrl>
 
 namespace UrlRules {
@@ -70,9 +72,16 @@ QString stripHost(const QString& url) {
 }
 
 QString pathExtension(const QString& path) {
-    const qsizetype slash = path.lastIndexOf(u'/');
+    // A final "/" does not end the last component: "/doc.pdf/" is still a PDF.
+    const qsizetype end = path.endsWith(u'/') ? path.size() - 1 : path.size();
+    const qsizetype slash = path.lastIndexOf(u'/', end - 1);
     const qsizetype dot = path.lastIndexOf(u'.');
-    return dot > slash ? path.mid(dot + 1) : QString();
+    return dot > slash && dot < end ? path.mid(dot + 1, end - dot - 1) : QString();
+}
+
+std::optional<QString> percentDecoded(const QString& text, quint64 encoding) {
+    const QByteArray bytes = QByteArray::fromPercentEncoding(text.toUtf8());
+    return TextEncoding::decode(bytes.constData(), bytes.size(), encoding);
 }
 
 QString addPercentEscapes(const QString& text) {

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+#include <optional>
 
 // How URL texts are completed and classified. URLs are compared as text throughout.
 namespace UrlRules {
@@ -21,6 +22,9 @@ QString stripHost(const QString& url);
 QString pathExtension(const QString& path);
 // Escapes what may not stand in a URL, percent signs included, leaving the delimiters alone.
 QString addPercentEscapes(const QString& text);
+// The text with its percent escapes read back as bytes of the given encoding; nothing when
+// those bytes are not text in that encoding.
+std::optional<QString> percentDecoded(const QString& text, quint64 encoding);
 // A URL from text in strict mode, or from the escaped text when that fails; invalid if neither works.
 QUrl makeUrl(const QString& text);
 

@@ -20,6 +20,7 @@ TEST(StartProbes, DirectoryLimit) {
         {"http://a.com/dir/", false, "/dir"},
         {"http://a.com/dir/sub/", false, "/dir/sub"},
         {"http://a.com:8080/dir/x.php", false, "/dir"},
+        {"http://WWW.A.com/dir/x.html", false, "/dir"},
         {"http://a.com/blog/post/", true, "/blog"},
         {"http://a.com/blog/", true, ""},
         {"http://a.com/blog", true, ""},
@@ -89,8 +90,8 @@ TEST(UrlRules, StartCompletionAndHosts) {
         EXPECT_EQ(UrlRules::compareHostWithDomain(c.host, c.domains, c.ignoreSubdomain), c.internal);
     }
     const std::pair<const char*, const char*> extensions[] = {
-        {"/a/b.html", "html"}, {"/x.tar.gz", "gz"}, {"/v1.2/notes", ""}, {"/dir/", ""}, {"", ""},
-        {"/end.", ""},
+        {"/a/b.html", "html"}, {"/x.tar.gz", "gz"},  {"/v1.2/notes", ""}, {"/dir/", ""}, {"", ""},
+        {"/end.", ""},         {"/doc.pdf/", "pdf"}, {"/", ""},
     };
     for (const auto& [path, extension] : extensions)
         EXPECT_EQ(UrlRules::pathExtension(path), extension) << path;
