@@ -14,8 +14,9 @@ QString completeStartUrl(const QString& text) {
     if (text.size() > 8 &&
         (text.startsWith(u"/Volum") || text.startsWith(u"/Users") || text.startsWith(u"/Library"))) {
         QString path = text;
-        path.replace("&amp;", "&").replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"");
-        path.replace("&apos;", "'");
+        // "&amp;" last, so that "&amp;lt;" stays "&lt;".
+        path.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&apos;", "'");
+        path.replace("&amp;", "&");
         return "file://" + path.replace(" ", "%20");
     }
     return "http://" + text;

@@ -68,6 +68,7 @@ TEST(UrlRules, StartCompletionAndHosts) {
     EXPECT_EQ(UrlRules::completeStartUrl("/Users/me/My Site/index.html"),
               "file:///Users/me/My%20Site/index.html");
     EXPECT_EQ(UrlRules::completeStartUrl("/Library/a&amp;b"), "file:///Library/a&b");
+    EXPECT_EQ(UrlRules::completeStartUrl("/Library/a&amp;lt;b&gt;"), "file:///Library/a&lt;b>");
 
     struct Case {
         const char* host;
