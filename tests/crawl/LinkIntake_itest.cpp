@@ -381,3 +381,30 @@ TEST(LinkIntake, NofollowAndSinglePageGates) {
         EXPECT_EQ(bool(crawl.find(server.url("/from-a.html"))), c.fromA);
     }
 }
+
+TEST(LinkIntake, EscapedLinksAreStoredDecodedInTheSitesEncoding) {
+    struct Case {
+        const char* name;
+        const char* charset;
+        QByteArray link;
+        QString stored; // path of the record, as stored
+    };
+    const Case cases[] = {
+        {"utf-8", "utf-8", "/my caf\xc3\xa9.html", u"/my café.html"_qs},
+        // The escapes are made as UTF-8 and read back as Latin-1: the site's encoding decides.
+        {"latin-1", "iso-8859-1", "/my caf\xe9.html", u"/my cafÃ©.html"_qs},
+        {"no escaping needed", "utf-8", "/plain.html", u"/plain.html"_qs},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestServer server;
+        server.addPage("/", "<html><head><meta charset=\"" + QByteArray(c.charset) +
+                                "\"><title>T</title></head><body><a href=\"" + c.link +
+                                "\">x</a></body></html>");
+        Crawl crawl(server.url("/"));
+        crawl.hub.go();
+        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_EQ(crawl.hub.count(), 2);
+        EXPECT_EQ(crawl.hub.getnthofAllItems(1)->getLinkUrl(), server.url(c.stored));
+    }
+}
