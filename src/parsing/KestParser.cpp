@@ -5,11 +5,8 @@
 #include "platform/SyncFetch.h"
 
 #include <QDir>
-#include <cstring>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 #include <QFile>
+#include <cstring>
 
 Q_LOGGING_CATEGORY(lcParser, "trellium.parser", QtInfoMsg)
 
@@ -49,10 +46,22 @@ QString pathExtension(const QString& url) {
 
 KestParser::KestParser() = default;
 
+namespace {
+bool newParsersReadByteByByte = false;
+}
+
+void KestParser::readByteByByte(bool on) {
+    newParsersReadByteByByte = on;
+}
+
 void KestParser::setData(const QByteArray& bytesIn) {
+    byteByByte = newParsersReadByteByByte;
+    if (byteByByte)
+        tagReadByBytes = std::make_unique<ByteBuffer>(ByteBuffer::tagCap);
     data = bytesIn;
     bytes = data.constData();
     l = static_cast<quint64>(data.size());
+    index.build(bytes, l);
 }
 
 void KestParser::setXMLMode() {
@@ -132,7 +141,7 @@ KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofo
     if (cachePageToo)
         p.cachePage();
     p.seoOn = withSEO;
-    p.countingWords = true;
+    p.startCountingWords();
     return parser;
 }
 
@@ -183,7 +192,7 @@ std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QSt
     }
     p.codebase = QUrl(base, QUrl::StrictMode);
     p.reset();
-    p.countingWords = true;
+    p.startCountingWords();
     return parser;
 }
 
@@ -248,98 +257,44 @@ bool KestParser::moveIntoNextTag() {
     }
 }
 
-namespace {
-
-// Without a popcount instruction in the baseline target the builtin becomes a library call.
-int bitCount16(unsigned x) {
-    x = x - ((x >> 1) & 0x5555u);
-    x = (x & 0x3333u) + ((x >> 2) & 0x3333u);
-    x = (x + (x >> 4)) & 0x0F0Fu;
-    return static_cast<int>((x + (x >> 8)) & 0x1Fu);
-}
-
-// Words that start in [begin, end), a stretch with no '<' outside brackets: a word starts at
-// each word byte that follows a separator. '>' ends a word without starting one. Each byte's
-// class depends on that byte alone, so sixteen bytes can be classed at once.
-qint32 countWords(const char* begin, const char* end, bool& insideWord) {
-    qint32 starts = 0;
-    bool previous = insideWord;
-    const char* p = begin;
-#ifdef __SSE2__
-    const __m128i one = _mm_set1_epi8(1);
-    const __m128i lastSeparator = _mm_set1_epi8(37); // bytes 1 to 38, less one
-    const __m128i gt = _mm_set1_epi8('>');
-    for (; end - p >= 16; p += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const __m128i shifted = _mm_sub_epi8(v, one);
-        const __m128i separator = _mm_cmpeq_epi8(_mm_min_epu8(shifted, lastSeparator), shifted);
-        const __m128i notWord = _mm_or_si128(separator, _mm_cmpeq_epi8(v, gt));
-        const unsigned word = ~static_cast<unsigned>(_mm_movemask_epi8(notWord)) & 0xFFFFu;
-        const unsigned before = ((word << 1) | (previous ? 1u : 0u)) & 0xFFFFu;
-        starts += bitCount16(word & ~before);
-        previous = (word >> 15) & 1u;
-    }
-#endif
-    for (; p < end; ++p) {
-        const signed char c = static_cast<signed char>(*p);
-        const bool wordByte = (c <= 0 || c >= 39) & (c != '>');
-        starts += wordByte & !previous;
-        previous = wordByte;
-    }
-    insideWord = previous;
-    return starts;
-}
-
-// The first '<' or '>' in [p, end), or end.
-const char* findBracket(const char* p, const char* end) {
-#ifdef __SSE2__
-    const __m128i lt = _mm_set1_epi8('<');
-    const __m128i gt = _mm_set1_epi8('>');
-    for (; end - p >= 16; p += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, lt), _mm_cmpeq_epi8(v, gt)));
-        if (mask)
-            return p + __builtin_ctz(static_cast<unsigned>(mask));
-    }
-#endif
-    while (p < end && *p != '<' && *p != '>')
-        ++p;
-    return p;
-}
-
-} // namespace
-
 void KestParser::readOnTo(quint64 end) {
     // The same as calling getNextByte until `counter` reaches `end`, but with the bookkeeping
     // done a stretch at a time: this is where the reader spends its time.
+    if (byteByByte) {
+        while (counter < end)
+            getNextByte();
+        return;
+    }
     if (counter >= end)
         return;
     const quint64 firstCounted = static_cast<quint64>(static_cast<qint64>(endHead)) + 1;
     if (!isScriptOrComment && end > firstCounted) {
-        const char* from = bytes + qMax(counter, firstCounted);
+        const quint64 from = qMax(counter, firstCounted);
         if (countingWords)
-            countStretch(from, bytes + end);
+            countStretch(from, end);
         else
-            settleStretch(from, bytes + end);
+            noteUnsettled(from, end);
     }
     counter = end;
     aBuffer = static_cast<signed char>(bytes[end - 1]);
 }
 
-void KestParser::countStretch(const char* p, const char* stop) {
+void KestParser::countStretch(quint64 p, quint64 stop) {
     while (p < stop) {
         if (insideBrackets) {
-            p = findBracket(p, stop);
+            p = index.next(PageIndex::Lt | PageIndex::Gt, p, stop);
             if (p == stop)
                 break;
             insideWord = false;
-            insideBrackets = *p++ == '<';
+            insideBrackets = bytes[p++] == '<';
         } else {
-            const void* lt = std::memchr(p, '<', static_cast<size_t>(stop - p));
-            const char* wordsEnd = lt ? static_cast<const char*>(lt) : stop;
-            wordCount += countWords(p, wordsEnd, insideWord);
-            p = wordsEnd;
-            if (lt) {
+            // Up to the next '<' a '>' only ends a word, as any separator does.
+            const quint64 lt = index.next(PageIndex::Lt, p, stop);
+            wordCount += index.wordStarts(p, lt, insideWord);
+            if (lt > p)
+                insideWord = index.has(PageIndex::Word, lt - 1);
+            p = lt;
+            if (lt < stop) {
                 ++p;
                 insideBrackets = true;
                 insideWord = false;
@@ -348,35 +303,56 @@ void KestParser::countStretch(const char* p, const char* stop) {
     }
 }
 
-void KestParser::settleStretch(const char* from, const char* stop) {
+void KestParser::settleStretch(quint64 from, quint64 stop) {
     // The states countStretch leaves, without the count: the last '<' or '>' sets the bracket
     // state, and outside brackets each later byte sets the word state by its own class.
-    const char* p = stop;
-    while (p > from && p[-1] != '<' && p[-1] != '>')
-        --p;
+    const quint64 p = index.afterLast(PageIndex::Lt | PageIndex::Gt, from, stop);
     if (p > from) {
-        insideBrackets = p[-1] == '<';
+        insideBrackets = bytes[p - 1] == '<';
         insideWord = false;
     }
-    if (!insideBrackets && p < stop) {
-        const signed char last = static_cast<signed char>(stop[-1]);
-        insideWord = last <= 0 || last >= 39;
-    }
+    if (!insideBrackets && p < stop)
+        insideWord = index.has(PageIndex::Word, stop - 1);
+}
+
+void KestParser::settleUnsettled() {
+    if (unsettledFrom < unsettledTo)
+        settleStretch(unsettledFrom, unsettledTo);
+    unsettledFrom = unsettledTo = 0;
+}
+
+void KestParser::startCountingWords() {
+    settleUnsettled();
+    countingWords = true;
 }
 
 int KestParser::textBeforeBracket(int limit) const {
-    if (counter >= l)
+    if (counter >= l || byteByByte)
         return 0;
-    const char* from = bytes + counter;
-    return static_cast<int>(findBracket(from, from + qMin(l - counter, static_cast<quint64>(limit))) - from);
+    const quint64 stop = counter + qMin(l - counter, static_cast<quint64>(limit));
+    return static_cast<int>(index.next(PageIndex::Lt | PageIndex::Gt, counter, stop) - counter);
 }
 
 bool KestParser::skipTo(char wanted) {
     if (counter >= l)
         return false;
-    const void* hit = std::memchr(bytes + counter, wanted, static_cast<size_t>(l - counter));
-    readOnTo(hit ? static_cast<quint64>(static_cast<const char*>(hit) - bytes) + 1 : l);
-    return hit != nullptr;
+    if (byteByByte) {
+        while (getNextByte()) {
+            if (aBuffer == wanted)
+                return true;
+        }
+        return false;
+    }
+    quint64 hit = l;
+    if (wanted == '<') {
+        hit = index.next(PageIndex::Lt, counter, l);
+    } else if (wanted == '>') {
+        hit = index.next(PageIndex::Gt, counter, l);
+    } else if (const void* found = std::memchr(bytes + counter, wanted, static_cast<size_t>(l - counter))) {
+        hit = static_cast<quint64>(static_cast<const char*>(found) - bytes);
+    }
+    readOnTo(hit < l ? hit + 1 : l);
+    return hit < l;
 }
 
 bool KestParser::skipLeadingSpaces() {
@@ -485,17 +461,24 @@ bool KestParser::readTagByBytes(ByteBuffer& buffer, bool& closing) {
 bool KestParser::readTag(TagBytes& tag) {
     if (!moveIntoNextTag())
         return false;
-    // What readTagByBytes would store is one stretch of the page, found here with memchr:
+    if (byteByByte) {
+        *tagReadByBytes = ByteBuffer(ByteBuffer::tagCap);
+        if (!readTagByBytes(*tagReadByBytes, tag.closing))
+            return false;
+        tag.text = tagReadByBytes->constData();
+        tag.size = tagReadByBytes->measured();
+        return true;
+    }
+    // What readTagByBytes would store is one stretch of the page, found here by the index:
     // the tag starts on the byte just read, and leading slashes are not stored.
     const quint64 first = counter - 1;
     quint64 start = first;
     while (start < l && bytes[start] == '/')
         ++start;
     const quint64 cap = ByteBuffer::tagCap;
-    const void* gt = std::memchr(bytes + start, '>', static_cast<size_t>(qMin(l - start, cap)));
-    quint64 end;
-    if (gt) {
-        end = static_cast<quint64>(static_cast<const char*>(gt) - bytes);
+    const quint64 stop = start + qMin(l - start, cap);
+    quint64 end = index.next(PageIndex::Gt, start, stop);
+    if (end < stop) {
         readOnTo(end + 1);
     } else {
         // A full buffer: the byte after it has been read too, so it must exist.
@@ -508,12 +491,11 @@ bool KestParser::readTag(TagBytes& tag) {
     }
     tag.text = bytes + start;
     tag.size = static_cast<qsizetype>(end - start);
-    tag.closing = start > first || std::memchr(tag.text, '/', static_cast<size_t>(tag.size));
+    tag.closing = start > first || index.next(PageIndex::Slash, start, end) < end;
     if (tag.size > 0 && tag.text[tag.size - 1] == '/')
         --tag.size;
     // An embedded NUL ends the text.
-    if (const void* nul = std::memchr(tag.text, 0, static_cast<size_t>(tag.size)))
-        tag.size = static_cast<const char*>(nul) - tag.text;
+    tag.size = static_cast<qsizetype>(index.next(PageIndex::Nul, start, start + tag.size) - start);
     return true;
 }
 
@@ -565,7 +547,7 @@ bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {
                 break;
             ++end;
         }
-        if (end - counter > 1) {
+        if (end - counter > 1 && !byteByByte) {
             buffer.append(bytes + counter, static_cast<int>(end - counter - 1));
             readOnTo(end);
             continue;
@@ -611,9 +593,9 @@ std::optional<QString> KestParser::getData() {
     } else {
         while (aBuffer != '<' && !text.full()) {
             // Every byte up to the next '<' is stored: those are taken in one piece.
-            const quint64 room = counter < l ? qMin(l - counter, static_cast<quint64>(text.room())) : 0;
-            const void* lt = room ? std::memchr(bytes + counter, '<', static_cast<size_t>(room)) : nullptr;
-            const int run = static_cast<int>(lt ? static_cast<const char*>(lt) - (bytes + counter) : room);
+            const quint64 room =
+                counter < l && !byteByByte ? qMin(l - counter, static_cast<quint64>(text.room())) : 0;
+            const int run = static_cast<int>(index.next(PageIndex::Lt, counter, counter + room) - counter);
             if (run > 0) {
                 text.append(bytes + counter, run);
                 readOnTo(counter + run);

@@ -63,7 +63,7 @@ std::optional<QString> KestParser::getNextHrefTrim(bool checkImages, bool trim) 
         // Each test below fails at once, reading nothing, unless the tag starts with a space or
         // with the first letter of "a", "script", "frame" or "img".
         const signed char first = asciiLower(aBuffer);
-        if (first != ' ' && first != 'a' && first != 's' && first != 'f' && first != 'i')
+        if (!byteByByte && first != ' ' && first != 'a' && first != 's' && first != 'f' && first != 'i')
             continue;
 
         // The tests run in this order, and a test that fails after consuming letters hands
@@ -140,14 +140,20 @@ bool KestParser::skipScript() {
 bool KestParser::isThisNofollow() {
     // The whole rest of the tag is searched, and bytes that are not UTF-8 count as nofollow.
     // Without a '>' the look ends at the end of the data.
-    const char* begin = bytes + qMin(counter, l);
-    const char* end = bytes + l;
-    const void* gt = std::memchr(begin, '>', static_cast<size_t>(end - begin));
-    if (gt)
-        end = static_cast<const char*>(gt);
-    if (!TextEncoding::isValidUtf8(begin, end - begin))
+    const quint64 from = qMin(counter, l);
+    quint64 to = from;
+    if (byteByByte) {
+        while (to < l && bytes[to] != '>')
+            ++to;
+        if (!TextEncoding::isValidUtf8(bytes + from, static_cast<qsizetype>(to - from)))
+            return true;
+        return containsNofollow(bytes + from, bytes + to);
+    }
+    to = index.next(PageIndex::Gt, from, l);
+    const bool ascii = index.next(PageIndex::High, from, to) == to;
+    if (!ascii && !TextEncoding::isValidUtf8(bytes + from, static_cast<qsizetype>(to - from)))
         return true;
-    return containsNofollow(begin, end);
+    return containsNofollow(bytes + from, bytes + to);
 }
 
 bool KestParser::moveToStartOfUrl() {

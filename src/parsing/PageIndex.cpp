@@ -1,0 +1,88 @@
+#include "parsing/PageIndex.h"
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+// Without a popcount instruction in the baseline target the builtin becomes a library call.
+int bitCount(quint64 x) {
+    x = x - ((x >> 1) & 0x5555555555555555ull);
+    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+    x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<int>((x * 0x0101010101010101ull) >> 56);
+}
+
+bool isWordByte(signed char c) {
+    return (c <= 0 || c >= 39) && c != '>';
+}
+
+} // namespace
+
+void PageIndex::build(const char* bytes, quint64 length) {
+    blocks.assign(static_cast<size_t>((length + 63) / 64), Block{});
+    quint64 i = 0;
+#ifdef __SSE2__
+    const __m128i lt = _mm_set1_epi8('<');
+    const __m128i gt = _mm_set1_epi8('>');
+    const __m128i slash = _mm_set1_epi8('/');
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i one = _mm_set1_epi8(1);
+    const __m128i lastSeparator = _mm_set1_epi8(37); // bytes 1 to 38, less one
+    for (; length - i >= 64; i += 64) {
+        Block& block = blocks[static_cast<size_t>(i >> 6)];
+        for (int part = 0; part < 4; ++part) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i + 16 * part));
+            const int shift = 16 * part;
+            auto bitsOf = [shift](__m128i matches) {
+                return static_cast<quint64>(static_cast<unsigned>(_mm_movemask_epi8(matches))) << shift;
+            };
+            const __m128i isGt = _mm_cmpeq_epi8(v, gt);
+            const __m128i less = _mm_sub_epi8(v, one);
+            const __m128i separator = _mm_cmpeq_epi8(_mm_min_epu8(less, lastSeparator), less);
+            block.lt |= bitsOf(_mm_cmpeq_epi8(v, lt));
+            block.gt |= bitsOf(isGt);
+            block.slash |= bitsOf(_mm_cmpeq_epi8(v, slash));
+            block.nul |= bitsOf(_mm_cmpeq_epi8(v, zero));
+            block.high |= bitsOf(v);
+            block.word |= ~bitsOf(_mm_or_si128(separator, isGt)) & (0xFFFFull << shift);
+        }
+    }
+#endif
+    for (; i < length; ++i) {
+        Block& block = blocks[static_cast<size_t>(i >> 6)];
+        const quint64 bit = 1ull << (i & 63);
+        const signed char c = static_cast<signed char>(bytes[i]);
+        block.lt |= c == '<' ? bit : 0;
+        block.gt |= c == '>' ? bit : 0;
+        block.slash |= c == '/' ? bit : 0;
+        block.nul |= c == 0 ? bit : 0;
+        block.high |= c < 0 ? bit : 0;
+        block.word |= isWordByte(c) ? bit : 0;
+    }
+}
+
+qint32 PageIndex::wordStarts(quint64 from, quint64 to, bool wordBefore) const {
+    if (from >= to)
+        return 0;
+    const quint64 first = from >> 6;
+    const quint64 last = (to - 1) >> 6;
+    qint32 starts = 0;
+    quint64 carry = 0; // the word bit of the byte before the block
+    for (quint64 b = first; b <= last; ++b) {
+        const quint64 word = blocks[static_cast<size_t>(b)].word;
+        quint64 before = (word << 1) | carry;
+        carry = word >> 63;
+        quint64 range = ~0ull;
+        if (b == first) {
+            const quint64 at = 1ull << (from & 63);
+            range &= ~(at - 1);
+            before = wordBefore ? before | at : before & ~at;
+        }
+        if (b == last)
+            range &= ~0ull >> (63 - ((to - 1) & 63));
+        starts += bitCount(word & ~before & range);
+    }
+    return starts;
+}
