@@ -573,6 +573,22 @@ std::optional<QString> KestParser::decodeByLadder(const ByteBuffer& buffer) cons
 }
 
 std::optional<QString> KestParser::finishText(const ByteBuffer& buffer) const {
+    // ASCII bytes read as themselves in every first rung that keeps ASCII, so their white space
+    // can be trimmed before decoding: one string made instead of two. A lone separator trims
+    // to nothing either way.
+    const int size = buffer.measured();
+    if (!byteByByte && TextEncoding::keepsAscii(useEncoding) &&
+        TextEncoding::isAscii(buffer.constData(), size)) {
+        const char* begin = buffer.constData();
+        const char* end = begin + size;
+        if (buffer.size() == 1 && size == 1 && isSeparator(*begin))
+            return QString();
+        while (begin < end && QChar::isSpace(static_cast<uchar>(*begin)))
+            ++begin;
+        while (end > begin && QChar::isSpace(static_cast<uchar>(end[-1])))
+            --end;
+        return unescapeEntities(QString::fromLatin1(begin, end - begin));
+    }
     std::optional<QString> text = decodeByLadder(buffer);
     if (!text)
         return QString();

@@ -5,6 +5,9 @@
 #include "parsing/TextEncodings.h"
 
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -26,17 +29,43 @@ void trimQuotesAndSpaces(char* url) {
     KestParser::trimThisCharacterFromUrl(' ', url);
 }
 
-bool containsNofollow(const char* begin, const char* end) {
+bool nofollowAt(const char* p) {
     static const char word[] = "nofollow";
-    const qsizetype n = sizeof(word) - 1;
-    for (const char* p = begin; end - p >= n; ++p) {
-        qsizetype i = 0;
-        while (i < n && asciiLower(static_cast<signed char>(p[i])) == word[i])
-            ++i;
-        if (i == n)
+    for (int i = 0; i < 8; ++i) {
+        if (asciiLower(static_cast<signed char>(p[i])) != word[i])
+            return false;
+    }
+    return true;
+}
+
+// Case-insensitive, at every position in turn.
+bool containsNofollowByBytes(const char* begin, const char* end) {
+    for (const char* p = begin; end - p >= 8; ++p) {
+        if (nofollowAt(p))
             return true;
     }
     return false;
+}
+
+bool containsNofollow(const char* begin, const char* end) {
+    const char* p = begin;
+#ifdef __SSE2__
+    // Only where "no" starts, in either case, is the word compared: sixteen places at a time.
+    // Setting the case bit turns 'N' into 'n' and 'O' into 'o', and no other byte into either.
+    const __m128i caseBit = _mm_set1_epi8(0x20);
+    for (; end - p >= 17; p += 16) {
+        const __m128i here = _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), caseBit);
+        const __m128i after = _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 1)), caseBit);
+        unsigned starts = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(
+            _mm_cmpeq_epi8(here, _mm_set1_epi8('n')), _mm_cmpeq_epi8(after, _mm_set1_epi8('o')))));
+        for (; starts; starts &= starts - 1) {
+            const char* at = p + __builtin_ctz(starts);
+            if (end - at >= 8 && nofollowAt(at))
+                return true;
+        }
+    }
+#endif
+    return containsNofollowByBytes(p, end);
 }
 
 std::optional<QString> decodeAscii(ByteBuffer& buffer) {
@@ -147,7 +176,7 @@ bool KestParser::isThisNofollow() {
             ++to;
         if (!TextEncoding::isValidUtf8(bytes + from, static_cast<qsizetype>(to - from)))
             return true;
-        return containsNofollow(bytes + from, bytes + to);
+        return containsNofollowByBytes(bytes + from, bytes + to);
     }
     to = index.next(PageIndex::Gt, from, l);
     const bool ascii = index.next(PageIndex::High, from, to) == to;

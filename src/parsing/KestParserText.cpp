@@ -3,7 +3,9 @@
 #include "parsing/KestParser.h"
 #include "parsing/TextEncodings.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -42,6 +44,25 @@ std::optional<unsigned> scanNumber(QStringView digits, int base) {
     return value;
 }
 
+struct HtmlEntityView {
+    QLatin1StringView escape;
+    char16_t unit;
+};
+
+// The entity table in the order of its escapes, for a binary search.
+const std::vector<HtmlEntityView>& entitiesByEscape() {
+    static const std::vector<HtmlEntityView> rows = [] {
+        std::vector<HtmlEntityView> sorted;
+        for (const HtmlEntity& entity : htmlEntityTable())
+            sorted.push_back({QLatin1StringView(entity.escape), entity.unit});
+        std::sort(sorted.begin(), sorted.end(), [](const HtmlEntityView& a, const HtmlEntityView& b) {
+            return a.escape.compare(b.escape) < 0;
+        });
+        return sorted;
+    }();
+    return rows;
+}
+
 std::optional<QChar> decodeEscape(QStringView escape) {
     if (escape.at(1) == QLatin1Char('#')) {
         const bool hex = escape.at(2) == QLatin1Char('x') || escape.at(2) == QLatin1Char('X');
@@ -52,10 +73,13 @@ std::optional<QChar> decodeEscape(QStringView escape) {
             return QChar(static_cast<char16_t>(*value));
         return std::nullopt;
     }
-    for (const HtmlEntity& entity : htmlEntityTable()) {
-        if (escape == QLatin1StringView(entity.escape))
-            return QChar(entity.unit);
-    }
+    // Each escape stands in the table once, so the row found here is the first match in order.
+    const std::vector<HtmlEntityView>& rows = entitiesByEscape();
+    const auto row = std::lower_bound(
+        rows.begin(), rows.end(), escape,
+        [](const HtmlEntityView& entity, QStringView text) { return text.compare(entity.escape) > 0; });
+    if (row != rows.end() && escape.compare(row->escape) == 0)
+        return QChar(row->unit);
     return std::nullopt;
 }
 

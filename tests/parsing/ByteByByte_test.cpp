@@ -47,8 +47,8 @@ QString transcript(const QByteArray& page, const Reading& run) {
         if (!url)
             break;
         const std::optional<QString> text = p.getLinkText();
-        s << " [" << text.value_or(QStringLiteral("<none>")) << "] " << p.position() << ' '
-          << p.getWordCount() << ' ' << p.lastLinkWasNofollow() << '\n';
+        s << " [" << text.value_or(QStringLiteral("<none>")) << "] " << (text && text->isNull()) << ' '
+          << p.position() << ' ' << p.getWordCount() << ' ' << p.lastLinkWasNofollow() << '\n';
     }
     return out;
 }
