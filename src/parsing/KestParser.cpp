@@ -223,38 +223,79 @@ void KestParser::rewindTo(qint64 position) {
 }
 
 bool KestParser::moveIntoNextTag() {
+    if (aBuffer == '<') {
+        if (!getNextByte())
+            return false;
+    } else if (!readPastNextLt()) {
+        return false;
+    }
+    // The current byte is the one after a '<'.
     for (;;) {
-        if (aBuffer == '<') {
-            if (!getNextByte())
-                return false;
-            if (aBuffer != '!') {
-                lastTagPassed = static_cast<qint32>(counter);
-                return true;
-            }
-            if (!getNextByte())
-                return false;
-            if (aBuffer == '-') {
-                // A comment: one dash opens it, and a run of dashes directly before '>' closes it.
-                isScriptOrComment = true;
-                for (;;) {
-                    if (aBuffer == '-') {
-                        while (aBuffer == '-') {
-                            if (!getNextByte())
-                                return false;
-                        }
-                        if (aBuffer == '>') {
-                            isScriptOrComment = false;
-                            break;
-                        }
-                    }
-                    if (!skipTo('-'))
-                        return false;
-                }
-            }
+        if (aBuffer != '!') {
+            lastTagPassed = static_cast<qint32>(counter);
+            return true;
         }
-        if (!skipTo('<'))
+        if (!getNextByte())
+            return false;
+        // A declaration is not reported, and the byte after its "<!" is not looked at again.
+        if (aBuffer == '-' && !skipComment())
+            return false;
+        if (!readPastNextLt())
             return false;
     }
+}
+
+bool KestParser::skipComment() {
+    // One dash opens a comment, and a run of dashes directly before '>' closes it.
+    isScriptOrComment = true;
+    for (;;) {
+        if (aBuffer == '-') {
+            while (aBuffer == '-') {
+                if (!getNextByte())
+                    return false;
+            }
+            if (aBuffer == '>') {
+                isScriptOrComment = false;
+                return true;
+            }
+        }
+        if (!skipTo('-'))
+            return false;
+    }
+}
+
+bool KestParser::readPastNextLt() {
+    // skipTo('<') and getNextByte, in one read when both bytes are there.
+    if (byteByByte || counter >= l)
+        return skipTo('<') && getNextByte();
+    const quint64 lt = index.next(PageIndex::Lt, counter, l);
+    if (lt + 1 >= l) {
+        readOnTo(l);
+        return false;
+    }
+    readOnTo(lt + 2);
+    return true;
+}
+
+void KestParser::passTagsNoTestTakes(const char* firstLetters) {
+    // A walk whose recognisers all fail on the first byte of a tag, before reading anything,
+    // unless it is a space or one of `firstLetters` (lower case), reads nothing but the tag's
+    // first byte and goes on to the next '<'. Those tags are passed here in one read, up to
+    // and including the '<' of the next tag a test could take, so that moveIntoNextTag enters
+    // it. Stops also before "<!", which moveIntoNextTag must see, and before a tag that ends
+    // the page, where the walk's own end test decides.
+    if (byteByByte || aBuffer == '<' || counter >= l)
+        return;
+    quint64 lt = counter;
+    for (;; ++lt) {
+        lt = index.next(PageIndex::Lt, lt, l);
+        if (lt + 2 >= l)
+            break;
+        const signed char first = asciiLower(static_cast<signed char>(bytes[lt + 1]));
+        if (first == '!' || first == ' ' || (first > 0 && std::strchr(firstLetters, first)))
+            break;
+    }
+    readOnTo(qMin(lt + 1, l));
 }
 
 void KestParser::readOnTo(quint64 end) {

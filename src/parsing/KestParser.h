@@ -136,6 +136,9 @@ class KestParser {
     void settleUnsettled();
     void startCountingWords();
     bool skipTo(char wanted);
+    bool readPastNextLt();
+    void passTagsNoTestTakes(const char* firstLetters);
+    bool skipComment();
     int textBeforeBracket(int limit) const;
     bool skipLeadingSpaces();
     bool matchName(const char* lowerName);
@@ -153,7 +156,7 @@ class KestParser {
     std::optional<QString> decodeByLadder(const ByteBuffer& buffer) const;
     std::optional<QString> nextSrcOf(bool (KestParser::*recognise)());
     struct HrefScan;
-    HrefScan hrefOfNext(bool (KestParser::*recognise)());
+    HrefScan hrefOfNext(bool (KestParser::*recognise)(), const char* firstLetter);
     bool headContains(QLatin1StringView word);
 
     QByteArray data;

@@ -147,8 +147,9 @@ QString KestParser::findTitle() {
     return QString();
 }
 
-KestParser::HrefScan KestParser::hrefOfNext(bool (KestParser::*recognise)()) {
+KestParser::HrefScan KestParser::hrefOfNext(bool (KestParser::*recognise)(), const char* firstLetter) {
     while (counter < l) {
+        passTagsNoTestTakes(firstLetter);
         if (!moveIntoNextTag())
             return {HrefScan::Nothing, {}};
         if (!(this->*recognise)() || !moveToStartOfUrl())
@@ -187,7 +188,7 @@ std::optional<QString> KestParser::findBaseHref() {
         return std::nullopt;
     }
     // The whole document is searched: a base tag in the body counts, the first one wins.
-    HrefScan scan = hrefOfNext(&KestParser::isThisABaseTag);
+    HrefScan scan = hrefOfNext(&KestParser::isThisABaseTag, "b");
     switch (scan.kind) {
     case HrefScan::Nothing:
         return std::nullopt;
@@ -216,7 +217,7 @@ std::optional<QString> KestParser::findNextLinkHref() {
         qCInfo(lcParser) << "returning nil";
         return std::nullopt;
     }
-    HrefScan scan = hrefOfNext(&KestParser::isThisALinkTag);
+    HrefScan scan = hrefOfNext(&KestParser::isThisALinkTag, "l");
     if (scan.kind == HrefScan::Nothing || scan.kind == HrefScan::EndOfFile)
         return std::nullopt;
     if (scan.kind == HrefScan::Value && scan.value == QLatin1String("/"))

@@ -85,6 +85,7 @@ std::optional<QString> KestParser::getNextHrefTrim(bool checkImages, bool trim) 
         return getNextXml();
 
     while (counter < l) {
+        passTagsNoTestTakes("asfi");
         if (!moveIntoNextTag())
             return std::nullopt;
         lastWasImg = false;
