@@ -16,6 +16,14 @@ signed char asciiLower(signed char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<signed char>(c + 32) : c;
 }
 
+bool isOneOf(signed char c, const char* letters) {
+    for (; *letters; ++letters) {
+        if (c == *letters)
+            return true;
+    }
+    return false;
+}
+
 bool isSeparator(signed char c) {
     return c == ' ' || c == '\r' || c == '\n' || c == '\t';
 }
@@ -292,7 +300,7 @@ void KestParser::passTagsNoTestTakes(const char* firstLetters) {
         if (lt + 2 >= l)
             break;
         const signed char first = asciiLower(static_cast<signed char>(bytes[lt + 1]));
-        if (first == '!' || first == ' ' || (first > 0 && std::strchr(firstLetters, first)))
+        if (first == '!' || first == ' ' || isOneOf(first, firstLetters))
             break;
     }
     readOnTo(qMin(lt + 1, l));

@@ -156,22 +156,23 @@ QString KestParser::unescapeEntities(const QString& text) {
 QString KestParser::gtm_stringByUnescapingFromHTML(const QString& text) {
     // From the last '&' backwards, replacing in a copy so positions still to come stay valid.
     // Each escape must close before the '&' handled before it. One pass: "&amp;lt;" gives "&lt;".
-    qsizetype amp = text.lastIndexOf(QLatin1Char('&'));
-    if (amp < 0)
-        return text;
+    const QChar* chars = text.constData();
     QString result = text;
     qsizetype windowEnd = text.size();
-    while (amp >= 0) {
-        const qsizetype semicolon = text.indexOf(QLatin1Char(';'), amp);
-        if (semicolon >= 0 && semicolon < windowEnd) {
-            const qsizetype length = semicolon - amp + 1;
-            if (length >= 4 && length <= 10) {
-                if (std::optional<QChar> unit = decodeEscape(QStringView(text).mid(amp, length)))
-                    result.replace(amp, length, *unit);
-            }
+    for (qsizetype amp = windowEnd - 1; amp >= 0; --amp) {
+        if (chars[amp] != QLatin1Char('&'))
+            continue;
+        // Only a ';' that makes an escape of 4 to 10 characters can count: look no further.
+        const qsizetype last = qMin(windowEnd, amp + 10);
+        qsizetype semicolon = amp + 1;
+        while (semicolon < last && chars[semicolon] != QLatin1Char(';'))
+            ++semicolon;
+        const qsizetype length = semicolon - amp + 1;
+        if (semicolon < last && length >= 4) {
+            if (std::optional<QChar> unit = decodeEscape(QStringView(chars + amp, length)))
+                result.replace(amp, length, *unit);
         }
         windowEnd = amp;
-        amp = amp == 0 ? -1 : text.lastIndexOf(QLatin1Char('&'), amp - 1);
     }
     return result;
 }
