@@ -19,7 +19,10 @@ class PageIndex {
         Word = 32,
     };
 
-    void build(const char* bytes, quint64 length);
+    // Best uses AVX2 where the processor has it, else SSE2 where built for it, else plain code;
+    // the others are there so that tests can hold each way against the plain one.
+    enum class Way { Best, Sse2, Plain };
+    void build(const char* bytes, quint64 length, Way way = Way::Best);
 
     // The first position in [from, to) holding a byte of one of `kinds`, or `to`.
     quint64 next(unsigned kinds, quint64 from, quint64 to) const;
@@ -31,11 +34,11 @@ class PageIndex {
     // before `from`.
     qint32 wordStarts(quint64 from, quint64 to, bool wordBefore) const;
 
-  private:
     struct Block {
         quint64 lt = 0, gt = 0, slash = 0, nul = 0, high = 0, word = 0;
     };
 
+  private:
     static quint64 bitsOf(const Block& block, unsigned kinds) {
         quint64 bits = 0;
         if (kinds & Lt)

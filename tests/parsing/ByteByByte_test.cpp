@@ -7,6 +7,8 @@
 #include <QRandomGenerator>
 #include <QTextStream>
 
+#include "parsing/PageIndex.h"
+
 using namespace parsertest;
 
 namespace {
@@ -269,4 +271,33 @@ TEST(ByteByByte, KnownQuirks) {
                          "\">" + QByteArray(1600, 'w') + "</a><h1>" + QByteArray(2000, 'h') + "</h1>";
     expectSameReading(longTag, Reading{});
     expectSameReading("<head></head>" + longTag, Reading{{}, true, true});
+}
+
+// The page index is built with AVX2, SSE2 or plain code depending on the processor; every way
+// must mark the same bytes, whatever the length's remainder of 64.
+TEST(ByteByByte, PageIndexWaysAgree) {
+    QRandomGenerator random(4242);
+    static const char chars[] = "<>/ a'\t\x01\x26\x27\x80\xff";
+    const PageIndex::Kind kinds[] = {PageIndex::Lt,  PageIndex::Gt,   PageIndex::Slash,
+                                     PageIndex::Nul, PageIndex::High, PageIndex::Word};
+    for (int round = 0; round < 200; ++round) {
+        QByteArray page(random.bounded(0, 300), Qt::Uninitialized);
+        for (char& c : page)
+            c = random.bounded(4) ? chars[random.bounded(static_cast<int>(sizeof(chars)))]
+                                  : static_cast<char>(random.bounded(256));
+        const quint64 length = static_cast<quint64>(page.size());
+        PageIndex best, sse2, plain;
+        best.build(page.constData(), length, PageIndex::Way::Best);
+        sse2.build(page.constData(), length, PageIndex::Way::Sse2);
+        plain.build(page.constData(), length, PageIndex::Way::Plain);
+        for (quint64 at = 0; at < length; ++at) {
+            for (PageIndex::Kind kind : kinds) {
+                ASSERT_EQ(best.has(kind, at), plain.has(kind, at)) << "kind " << kind << " at " << at;
+                ASSERT_EQ(sse2.has(kind, at), plain.has(kind, at)) << "kind " << kind << " at " << at;
+            }
+            const signed char c = static_cast<signed char>(page[at]);
+            ASSERT_EQ(plain.has(PageIndex::Word, at), (c <= 0 || c >= 39) && c != '>') << at;
+            ASSERT_EQ(plain.has(PageIndex::Lt, at), c == '<') << at;
+        }
+    }
 }
