@@ -540,11 +540,18 @@ bool KestParser::readTag(TagBytes& tag) {
     }
     tag.text = bytes + start;
     tag.size = static_cast<qsizetype>(end - start);
+    // Most tags hold no '/', NUL or byte from 0x80 up: one look settles all three.
+    tag.ascii = index.next(PageIndex::Slash | PageIndex::Nul | PageIndex::High, start, end) == end;
+    if (tag.ascii) {
+        tag.closing = start > first;
+        return true;
+    }
     tag.closing = start > first || index.next(PageIndex::Slash, start, end) < end;
     if (tag.size > 0 && tag.text[tag.size - 1] == '/')
         --tag.size;
     // An embedded NUL ends the text.
     tag.size = static_cast<qsizetype>(index.next(PageIndex::Nul, start, start + tag.size) - start);
+    tag.ascii = index.next(PageIndex::High, start, start + tag.size) == start + tag.size;
     return true;
 }
 

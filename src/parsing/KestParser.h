@@ -127,6 +127,7 @@ class KestParser {
         const char* text = nullptr;
         qsizetype size = 0;
         bool closing = false;
+        bool ascii = false; // known to hold no byte from 0x80 up
     };
 
     void readOnTo(quint64 end);

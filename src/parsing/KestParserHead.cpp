@@ -43,7 +43,7 @@ class KestParser::ScannedTag {
     bool read(KestParser& parser) {
         if (!parser.readTag(raw))
             return false;
-        plain = asciiKept && !parser.byteByByte && isAscii(parser);
+        plain = asciiKept && raw.ascii;
         if (plain)
             return true;
         std::optional<QString> text = parser.decodeTag(raw.text, raw.size);
@@ -80,11 +80,6 @@ class KestParser::ScannedTag {
     }
 
   private:
-    bool isAscii(const KestParser& parser) const {
-        const quint64 start = static_cast<quint64>(raw.text - parser.bytes);
-        const quint64 end = start + static_cast<quint64>(raw.size);
-        return parser.index.next(PageIndex::High, start, end) == end;
-    }
     static bool sameLetters(const char* text, QLatin1StringView word) {
         for (qsizetype i = 0; i < word.size(); ++i) {
             const char c = text[i];
