@@ -11,14 +11,6 @@
 
 namespace {
 
-// Without a popcount instruction in the baseline target the builtin becomes a library call.
-int bitCount(quint64 x) {
-    x = x - ((x >> 1) & 0x5555555555555555ull);
-    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
-    x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
-    return static_cast<int>((x * 0x0101010101010101ull) >> 56);
-}
-
 bool isWordByte(signed char c) {
     return (c <= 0 || c >= 39) && c != '>';
 }
@@ -117,9 +109,7 @@ void PageIndex::build(const char* bytes, quint64 length, Way way) {
     }
 }
 
-qint32 PageIndex::wordStarts(quint64 from, quint64 to, bool wordBefore) const {
-    if (from >= to)
-        return 0;
+qint32 PageIndex::wordStartsAcrossBlocks(quint64 from, quint64 to, bool wordBefore) const {
     const quint64 first = from >> 6;
     const quint64 last = (to - 1) >> 6;
     qint32 starts = 0;

@@ -32,13 +32,32 @@ class PageIndex {
     // Words that start in [from, to), a stretch outside brackets with no '<': a word starts at
     // each word byte that follows a byte that is not one; `wordBefore` stands for the byte
     // before `from`.
-    qint32 wordStarts(quint64 from, quint64 to, bool wordBefore) const;
+    qint32 wordStarts(quint64 from, quint64 to, bool wordBefore) const {
+        if (from >= to)
+            return 0;
+        if ((from >> 6) != ((to - 1) >> 6))
+            return wordStartsAcrossBlocks(from, to, wordBefore);
+        // Most runs of text lie within one block.
+        const quint64 word = blocks[from >> 6].word;
+        const quint64 at = 1ull << (from & 63);
+        const quint64 before = wordBefore ? (word << 1) | at : (word << 1) & ~at;
+        const quint64 range = ~(at - 1) & (~0ull >> (63 - ((to - 1) & 63)));
+        return bitCount(word & ~before & range);
+    }
 
     struct Block {
         quint64 lt = 0, gt = 0, slash = 0, nul = 0, high = 0, word = 0;
     };
 
   private:
+    qint32 wordStartsAcrossBlocks(quint64 from, quint64 to, bool wordBefore) const;
+    // Without a popcount instruction in the baseline target the builtin becomes a library call.
+    static qint32 bitCount(quint64 x) {
+        x = x - ((x >> 1) & 0x5555555555555555ull);
+        x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+        x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+        return static_cast<qint32>((x * 0x0101010101010101ull) >> 56);
+    }
     static quint64 bitsOf(const Block& block, unsigned kinds) {
         quint64 bits = 0;
         if (kinds & Lt)
