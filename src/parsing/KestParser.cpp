@@ -508,8 +508,23 @@ bool KestParser::readTagByBytes(ByteBuffer& buffer, bool& closing) {
 }
 
 bool KestParser::readTag(TagBytes& tag) {
-    if (!moveIntoNextTag())
-        return false;
+    // What readTagByBytes would store is one stretch of the page, found here by the index:
+    // the tag starts on the byte after its '<', and leading slashes are not stored. For the
+    // common tag, not "<!" and not at the end of the page, entering it is left to the one read
+    // that takes the whole tag below.
+    quint64 first = l;
+    if (!byteByByte && aBuffer != '<' && counter < l) {
+        const quint64 lt = index.next(PageIndex::Lt, counter, l);
+        if (lt + 1 < l && bytes[lt + 1] != '!') {
+            first = lt + 1;
+            lastTagPassed = static_cast<qint32>(lt + 2);
+        }
+    }
+    if (first == l) {
+        if (!moveIntoNextTag())
+            return false;
+        first = counter - 1;
+    }
     if (byteByByte) {
         *tagReadByBytes = ByteBuffer(ByteBuffer::tagCap);
         if (!readTagByBytes(*tagReadByBytes, tag.closing))
@@ -518,9 +533,6 @@ bool KestParser::readTag(TagBytes& tag) {
         tag.size = tagReadByBytes->measured();
         return true;
     }
-    // What readTagByBytes would store is one stretch of the page, found here by the index:
-    // the tag starts on the byte just read, and leading slashes are not stored.
-    const quint64 first = counter - 1;
     quint64 start = first;
     while (start < l && bytes[start] == '/')
         ++start;
