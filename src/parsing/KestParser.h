@@ -139,6 +139,7 @@ class KestParser {
     bool skipTo(char wanted);
     bool readPastNextLt();
     void passTagsNoTestTakes(const char* firstLetters);
+    void passTagsNoHeadingTestTakes();
     bool skipComment();
     int textBeforeBracket(int limit) const;
     bool skipLeadingSpaces();
