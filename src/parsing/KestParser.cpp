@@ -7,6 +7,9 @@
 #include <QDir>
 #include <QFile>
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 Q_LOGGING_CATEGORY(lcParser, "trellium.parser", QtInfoMsg)
 
@@ -601,20 +604,38 @@ bool KestParser::readOnToTagEnd() {
     return aBuffer == '>' || skipTo('>');
 }
 
+quint64 KestParser::endOfValueRun(quint64 from, quint64 limit, signed char terminator) const {
+    // The first byte in [from, limit) that is the terminator, '>' or from 0 to 31, or `limit`.
+    quint64 end = from;
+#ifdef __SSE2__
+    const __m128i stopByte = _mm_set1_epi8(terminator);
+    const __m128i gt = _mm_set1_epi8('>');
+    const __m128i lastControl = _mm_set1_epi8(31);
+    for (; limit - end >= 16; end += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + end));
+        const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(v, lastControl), v);
+        const __m128i stops =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, stopByte), _mm_cmpeq_epi8(v, gt)), control);
+        if (const int mask = _mm_movemask_epi8(stops))
+            return end + static_cast<quint64>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; end < limit; ++end) {
+        const signed char c = static_cast<signed char>(bytes[end]);
+        if (c == terminator || c == '>' || (c >= 0 && c <= 31))
+            break;
+    }
+    return end;
+}
+
 bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {
     while (aBuffer != terminator && aBuffer != '>' && !buffer.full()) {
         if (aBuffer < 0 || aBuffer > 31)
             buffer.push(aBuffer);
         // The bytes that follow and would each be stored in turn, with room for all of them,
         // are read in one piece; the last of them is then the current byte.
-        quint64 end = counter;
         const quint64 limit = counter + qMin(l - qMin(counter, l), static_cast<quint64>(buffer.room()) + 1);
-        while (end < limit) {
-            const signed char c = static_cast<signed char>(bytes[end]);
-            if (c == terminator || c == '>' || (c >= 0 && c <= 31))
-                break;
-            ++end;
-        }
+        const quint64 end = byteByByte ? counter : endOfValueRun(counter, limit, terminator);
         if (end - counter > 1 && !byteByByte) {
             buffer.append(bytes + counter, static_cast<int>(end - counter - 1));
             readOnTo(end);

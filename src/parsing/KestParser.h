@@ -148,6 +148,7 @@ class KestParser {
     bool skipToValueStart();
     bool readOnToTagEnd();
     bool copyValue(ByteBuffer& buffer, signed char terminator);
+    quint64 endOfValueRun(quint64 from, quint64 limit, signed char terminator) const;
     bool copyAltText(ByteBuffer& buffer, bool markEmpty);
     signed char valueTerminator() const;
     void rewindTo(qint64 position);
