@@ -5,11 +5,11 @@
 #include "platform/SyncFetch.h"
 
 #include <QDir>
+#include <QFile>
 #include <cstring>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
-#include <QFile>
 
 Q_LOGGING_CATEGORY(lcParser, "trellium.parser", QtInfoMsg)
 
@@ -17,6 +17,14 @@ namespace {
 
 signed char asciiLower(signed char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<signed char>(c + 32) : c;
+}
+
+bool isOneOf(signed char c, const char* letters) {
+    for (; *letters; ++letters) {
+        if (c == *letters)
+            return true;
+    }
+    return false;
 }
 
 bool isSeparator(signed char c) {
@@ -49,10 +57,22 @@ QString pathExtension(const QString& url) {
 
 KestParser::KestParser() = default;
 
+namespace {
+bool newParsersReadByteByByte = false;
+}
+
+void KestParser::readByteByByte(bool on) {
+    newParsersReadByteByByte = on;
+}
+
 void KestParser::setData(const QByteArray& bytesIn) {
+    byteByByte = newParsersReadByteByByte;
+    if (byteByByte)
+        tagReadByBytes = std::make_unique<ByteBuffer>(ByteBuffer::tagCap);
     data = bytesIn;
     bytes = data.constData();
     l = static_cast<quint64>(data.size());
+    index.build(bytes, l);
 }
 
 void KestParser::setXMLMode() {
@@ -132,7 +152,7 @@ KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofo
     if (cachePageToo)
         p.cachePage();
     p.seoOn = withSEO;
-    p.countingWords = true;
+    p.startCountingWords();
     return parser;
 }
 
@@ -183,7 +203,7 @@ std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QSt
     }
     p.codebase = QUrl(base, QUrl::StrictMode);
     p.reset();
-    p.countingWords = true;
+    p.startCountingWords();
     return parser;
 }
 
@@ -214,132 +234,119 @@ void KestParser::rewindTo(qint64 position) {
 }
 
 bool KestParser::moveIntoNextTag() {
+    if (aBuffer == '<') {
+        if (!getNextByte())
+            return false;
+    } else if (!readPastNextLt()) {
+        return false;
+    }
+    // The current byte is the one after a '<'.
     for (;;) {
-        if (aBuffer == '<') {
-            if (!getNextByte())
-                return false;
-            if (aBuffer != '!') {
-                lastTagPassed = static_cast<qint32>(counter);
-                return true;
-            }
-            if (!getNextByte())
-                return false;
-            if (aBuffer == '-') {
-                // A comment: one dash opens it, and a run of dashes directly before '>' closes it.
-                isScriptOrComment = true;
-                for (;;) {
-                    if (aBuffer == '-') {
-                        while (aBuffer == '-') {
-                            if (!getNextByte())
-                                return false;
-                        }
-                        if (aBuffer == '>') {
-                            isScriptOrComment = false;
-                            break;
-                        }
-                    }
-                    if (!skipTo('-'))
-                        return false;
-                }
-            }
+        if (aBuffer != '!') {
+            lastTagPassed = static_cast<qint32>(counter);
+            return true;
         }
-        if (!skipTo('<'))
+        if (!getNextByte())
+            return false;
+        // A declaration is not reported, and the byte after its "<!" is not looked at again.
+        if (aBuffer == '-' && !skipComment())
+            return false;
+        if (!readPastNextLt())
             return false;
     }
 }
 
-namespace {
-
-// Without a popcount instruction in the baseline target the builtin becomes a library call.
-int bitCount16(unsigned x) {
-    x = x - ((x >> 1) & 0x5555u);
-    x = (x & 0x3333u) + ((x >> 2) & 0x3333u);
-    x = (x + (x >> 4)) & 0x0F0Fu;
-    return static_cast<int>((x + (x >> 8)) & 0x1Fu);
+bool KestParser::skipComment() {
+    // One dash opens a comment, and a run of dashes directly before '>' closes it.
+    isScriptOrComment = true;
+    for (;;) {
+        if (aBuffer == '-') {
+            while (aBuffer == '-') {
+                if (!getNextByte())
+                    return false;
+            }
+            if (aBuffer == '>') {
+                isScriptOrComment = false;
+                return true;
+            }
+        }
+        if (!skipTo('-'))
+            return false;
+    }
 }
 
-// Words that start in [begin, end), a stretch with no '<' outside brackets: a word starts at
-// each word byte that follows a separator. '>' ends a word without starting one. Each byte's
-// class depends on that byte alone, so sixteen bytes can be classed at once.
-qint32 countWords(const char* begin, const char* end, bool& insideWord) {
-    qint32 starts = 0;
-    bool previous = insideWord;
-    const char* p = begin;
-#ifdef __SSE2__
-    const __m128i one = _mm_set1_epi8(1);
-    const __m128i lastSeparator = _mm_set1_epi8(37); // bytes 1 to 38, less one
-    const __m128i gt = _mm_set1_epi8('>');
-    for (; end - p >= 16; p += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const __m128i shifted = _mm_sub_epi8(v, one);
-        const __m128i separator = _mm_cmpeq_epi8(_mm_min_epu8(shifted, lastSeparator), shifted);
-        const __m128i notWord = _mm_or_si128(separator, _mm_cmpeq_epi8(v, gt));
-        const unsigned word = ~static_cast<unsigned>(_mm_movemask_epi8(notWord)) & 0xFFFFu;
-        const unsigned before = ((word << 1) | (previous ? 1u : 0u)) & 0xFFFFu;
-        starts += bitCount16(word & ~before);
-        previous = (word >> 15) & 1u;
+bool KestParser::readPastNextLt() {
+    // skipTo('<') and getNextByte, in one read when both bytes are there.
+    if (byteByByte || counter >= l)
+        return skipTo('<') && getNextByte();
+    const quint64 lt = index.next(PageIndex::Lt, counter, l);
+    if (lt + 1 >= l) {
+        readOnTo(l);
+        return false;
     }
-#endif
-    for (; p < end; ++p) {
-        const signed char c = static_cast<signed char>(*p);
-        const bool wordByte = (c <= 0 || c >= 39) & (c != '>');
-        starts += wordByte & !previous;
-        previous = wordByte;
-    }
-    insideWord = previous;
-    return starts;
+    readOnTo(lt + 2);
+    return true;
 }
 
-// The first '<' or '>' in [p, end), or end.
-const char* findBracket(const char* p, const char* end) {
-#ifdef __SSE2__
-    const __m128i lt = _mm_set1_epi8('<');
-    const __m128i gt = _mm_set1_epi8('>');
-    for (; end - p >= 16; p += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, lt), _mm_cmpeq_epi8(v, gt)));
-        if (mask)
-            return p + __builtin_ctz(static_cast<unsigned>(mask));
+void KestParser::passTagsNoTestTakes(const char* firstLetters) {
+    // A walk whose recognisers all fail on the first byte of a tag, before reading anything,
+    // unless it is a space or one of `firstLetters` (lower case), reads nothing but the tag's
+    // first byte and goes on to the next '<'. Those tags are passed here in one read, up to
+    // and including the '<' of the next tag a test could take, so that moveIntoNextTag enters
+    // it. Stops also before "<!", which moveIntoNextTag must see, and before a tag that ends
+    // the page, where the walk's own end test decides.
+    if (byteByByte || aBuffer == '<' || counter >= l)
+        return;
+    quint64 lt = counter;
+    for (;; ++lt) {
+        lt = index.next(PageIndex::Lt, lt, l);
+        if (lt + 2 >= l)
+            break;
+        const signed char first = asciiLower(static_cast<signed char>(bytes[lt + 1]));
+        if (first == '!' || first == ' ' || isOneOf(first, firstLetters))
+            break;
     }
-#endif
-    while (p < end && *p != '<' && *p != '>')
-        ++p;
-    return p;
+    readOnTo(qMin(lt + 1, l));
 }
-
-} // namespace
 
 void KestParser::readOnTo(quint64 end) {
     // The same as calling getNextByte until `counter` reaches `end`, but with the bookkeeping
     // done a stretch at a time: this is where the reader spends its time.
+    if (byteByByte) {
+        while (counter < end)
+            getNextByte();
+        return;
+    }
     if (counter >= end)
         return;
     const quint64 firstCounted = static_cast<quint64>(static_cast<qint64>(endHead)) + 1;
     if (!isScriptOrComment && end > firstCounted) {
-        const char* from = bytes + qMax(counter, firstCounted);
+        const quint64 from = qMax(counter, firstCounted);
         if (countingWords)
-            countStretch(from, bytes + end);
+            countStretch(from, end);
         else
-            settleStretch(from, bytes + end);
+            noteUnsettled(from, end);
     }
     counter = end;
     aBuffer = static_cast<signed char>(bytes[end - 1]);
 }
 
-void KestParser::countStretch(const char* p, const char* stop) {
+void KestParser::countStretch(quint64 p, quint64 stop) {
     while (p < stop) {
         if (insideBrackets) {
-            p = findBracket(p, stop);
+            p = index.next(PageIndex::Lt | PageIndex::Gt, p, stop);
             if (p == stop)
                 break;
             insideWord = false;
-            insideBrackets = *p++ == '<';
+            insideBrackets = bytes[p++] == '<';
         } else {
-            const void* lt = std::memchr(p, '<', static_cast<size_t>(stop - p));
-            const char* wordsEnd = lt ? static_cast<const char*>(lt) : stop;
-            wordCount += countWords(p, wordsEnd, insideWord);
-            p = wordsEnd;
-            if (lt) {
+            // Up to the next '<' a '>' only ends a word, as any separator does.
+            const quint64 lt = index.next(PageIndex::Lt, p, stop);
+            wordCount += index.wordStarts(p, lt, insideWord);
+            if (lt > p)
+                insideWord = index.has(PageIndex::Word, lt - 1);
+            p = lt;
+            if (lt < stop) {
                 ++p;
                 insideBrackets = true;
                 insideWord = false;
@@ -348,35 +355,56 @@ void KestParser::countStretch(const char* p, const char* stop) {
     }
 }
 
-void KestParser::settleStretch(const char* from, const char* stop) {
+void KestParser::settleStretch(quint64 from, quint64 stop) {
     // The states countStretch leaves, without the count: the last '<' or '>' sets the bracket
     // state, and outside brackets each later byte sets the word state by its own class.
-    const char* p = stop;
-    while (p > from && p[-1] != '<' && p[-1] != '>')
-        --p;
+    const quint64 p = index.afterLast(PageIndex::Lt | PageIndex::Gt, from, stop);
     if (p > from) {
-        insideBrackets = p[-1] == '<';
+        insideBrackets = bytes[p - 1] == '<';
         insideWord = false;
     }
-    if (!insideBrackets && p < stop) {
-        const signed char last = static_cast<signed char>(stop[-1]);
-        insideWord = last <= 0 || last >= 39;
-    }
+    if (!insideBrackets && p < stop)
+        insideWord = index.has(PageIndex::Word, stop - 1);
+}
+
+void KestParser::settleUnsettled() {
+    if (unsettledFrom < unsettledTo)
+        settleStretch(unsettledFrom, unsettledTo);
+    unsettledFrom = unsettledTo = 0;
+}
+
+void KestParser::startCountingWords() {
+    settleUnsettled();
+    countingWords = true;
 }
 
 int KestParser::textBeforeBracket(int limit) const {
-    if (counter >= l)
+    if (counter >= l || byteByByte)
         return 0;
-    const char* from = bytes + counter;
-    return static_cast<int>(findBracket(from, from + qMin(l - counter, static_cast<quint64>(limit))) - from);
+    const quint64 stop = counter + qMin(l - counter, static_cast<quint64>(limit));
+    return static_cast<int>(index.next(PageIndex::Lt | PageIndex::Gt, counter, stop) - counter);
 }
 
 bool KestParser::skipTo(char wanted) {
     if (counter >= l)
         return false;
-    const void* hit = std::memchr(bytes + counter, wanted, static_cast<size_t>(l - counter));
-    readOnTo(hit ? static_cast<quint64>(static_cast<const char*>(hit) - bytes) + 1 : l);
-    return hit != nullptr;
+    if (byteByByte) {
+        while (getNextByte()) {
+            if (aBuffer == wanted)
+                return true;
+        }
+        return false;
+    }
+    quint64 hit = l;
+    if (wanted == '<') {
+        hit = index.next(PageIndex::Lt, counter, l);
+    } else if (wanted == '>') {
+        hit = index.next(PageIndex::Gt, counter, l);
+    } else if (const void* found = std::memchr(bytes + counter, wanted, static_cast<size_t>(l - counter))) {
+        hit = static_cast<quint64>(static_cast<const char*>(found) - bytes);
+    }
+    readOnTo(hit < l ? hit + 1 : l);
+    return hit < l;
 }
 
 bool KestParser::skipLeadingSpaces() {
@@ -483,19 +511,38 @@ bool KestParser::readTagByBytes(ByteBuffer& buffer, bool& closing) {
 }
 
 bool KestParser::readTag(TagBytes& tag) {
-    if (!moveIntoNextTag())
-        return false;
-    // What readTagByBytes would store is one stretch of the page, found here with memchr:
-    // the tag starts on the byte just read, and leading slashes are not stored.
-    const quint64 first = counter - 1;
+    // What readTagByBytes would store is one stretch of the page, found here by the index:
+    // the tag starts on the byte after its '<', and leading slashes are not stored. For the
+    // common tag, not "<!" and not at the end of the page, entering it is left to the one read
+    // that takes the whole tag below.
+    quint64 first = l;
+    if (!byteByByte && aBuffer != '<' && counter < l) {
+        const quint64 lt = index.next(PageIndex::Lt, counter, l);
+        if (lt + 1 < l && bytes[lt + 1] != '!') {
+            first = lt + 1;
+            lastTagPassed = static_cast<qint32>(lt + 2);
+        }
+    }
+    if (first == l) {
+        if (!moveIntoNextTag())
+            return false;
+        first = counter - 1;
+    }
+    if (byteByByte) {
+        *tagReadByBytes = ByteBuffer(ByteBuffer::tagCap);
+        if (!readTagByBytes(*tagReadByBytes, tag.closing))
+            return false;
+        tag.text = tagReadByBytes->constData();
+        tag.size = tagReadByBytes->measured();
+        return true;
+    }
     quint64 start = first;
     while (start < l && bytes[start] == '/')
         ++start;
     const quint64 cap = ByteBuffer::tagCap;
-    const void* gt = std::memchr(bytes + start, '>', static_cast<size_t>(qMin(l - start, cap)));
-    quint64 end;
-    if (gt) {
-        end = static_cast<quint64>(static_cast<const char*>(gt) - bytes);
+    const quint64 stop = start + qMin(l - start, cap);
+    quint64 end = index.next(PageIndex::Gt, start, stop);
+    if (end < stop) {
         readOnTo(end + 1);
     } else {
         // A full buffer: the byte after it has been read too, so it must exist.
@@ -508,12 +555,18 @@ bool KestParser::readTag(TagBytes& tag) {
     }
     tag.text = bytes + start;
     tag.size = static_cast<qsizetype>(end - start);
-    tag.closing = start > first || std::memchr(tag.text, '/', static_cast<size_t>(tag.size));
+    // Most tags hold no '/', NUL or byte from 0x80 up: one look settles all three.
+    tag.ascii = index.next(PageIndex::Slash | PageIndex::Nul | PageIndex::High, start, end) == end;
+    if (tag.ascii) {
+        tag.closing = start > first;
+        return true;
+    }
+    tag.closing = start > first || index.next(PageIndex::Slash, start, end) < end;
     if (tag.size > 0 && tag.text[tag.size - 1] == '/')
         --tag.size;
     // An embedded NUL ends the text.
-    if (const void* nul = std::memchr(tag.text, 0, static_cast<size_t>(tag.size)))
-        tag.size = static_cast<const char*>(nul) - tag.text;
+    tag.size = static_cast<qsizetype>(index.next(PageIndex::Nul, start, start + tag.size) - start);
+    tag.ascii = index.next(PageIndex::High, start, start + tag.size) == start + tag.size;
     return true;
 }
 
@@ -551,21 +604,39 @@ bool KestParser::readOnToTagEnd() {
     return aBuffer == '>' || skipTo('>');
 }
 
+quint64 KestParser::endOfValueRun(quint64 from, quint64 limit, signed char terminator) const {
+    // The first byte in [from, limit) that is the terminator, '>' or from 0 to 31, or `limit`.
+    quint64 end = from;
+#ifdef __SSE2__
+    const __m128i stopByte = _mm_set1_epi8(terminator);
+    const __m128i gt = _mm_set1_epi8('>');
+    const __m128i lastControl = _mm_set1_epi8(31);
+    for (; limit - end >= 16; end += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + end));
+        const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(v, lastControl), v);
+        const __m128i stops =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, stopByte), _mm_cmpeq_epi8(v, gt)), control);
+        if (const int mask = _mm_movemask_epi8(stops))
+            return end + static_cast<quint64>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    for (; end < limit; ++end) {
+        const signed char c = static_cast<signed char>(bytes[end]);
+        if (c == terminator || c == '>' || (c >= 0 && c <= 31))
+            break;
+    }
+    return end;
+}
+
 bool KestParser::copyValue(ByteBuffer& buffer, signed char terminator) {
     while (aBuffer != terminator && aBuffer != '>' && !buffer.full()) {
         if (aBuffer < 0 || aBuffer > 31)
             buffer.push(aBuffer);
         // The bytes that follow and would each be stored in turn, with room for all of them,
         // are read in one piece; the last of them is then the current byte.
-        quint64 end = counter;
         const quint64 limit = counter + qMin(l - qMin(counter, l), static_cast<quint64>(buffer.room()) + 1);
-        while (end < limit) {
-            const signed char c = static_cast<signed char>(bytes[end]);
-            if (c == terminator || c == '>' || (c >= 0 && c <= 31))
-                break;
-            ++end;
-        }
-        if (end - counter > 1) {
+        const quint64 end = byteByByte ? counter : endOfValueRun(counter, limit, terminator);
+        if (end - counter > 1 && !byteByByte) {
             buffer.append(bytes + counter, static_cast<int>(end - counter - 1));
             readOnTo(end);
             continue;
@@ -591,6 +662,22 @@ std::optional<QString> KestParser::decodeByLadder(const ByteBuffer& buffer) cons
 }
 
 std::optional<QString> KestParser::finishText(const ByteBuffer& buffer) const {
+    // ASCII bytes read as themselves in every first rung that keeps ASCII, so their white space
+    // can be trimmed before decoding: one string made instead of two. A lone separator trims
+    // to nothing either way.
+    const int size = buffer.measured();
+    if (!byteByByte && TextEncoding::keepsAscii(useEncoding) &&
+        TextEncoding::isAscii(buffer.constData(), size)) {
+        const char* begin = buffer.constData();
+        const char* end = begin + size;
+        if (buffer.size() == 1 && size == 1 && isSeparator(*begin))
+            return QString();
+        while (begin < end && QChar::isSpace(static_cast<uchar>(*begin)))
+            ++begin;
+        while (end > begin && QChar::isSpace(static_cast<uchar>(end[-1])))
+            --end;
+        return unescapeEntities(QString::fromLatin1(begin, end - begin));
+    }
     std::optional<QString> text = decodeByLadder(buffer);
     if (!text)
         return QString();
@@ -611,9 +698,9 @@ std::optional<QString> KestParser::getData() {
     } else {
         while (aBuffer != '<' && !text.full()) {
             // Every byte up to the next '<' is stored: those are taken in one piece.
-            const quint64 room = counter < l ? qMin(l - counter, static_cast<quint64>(text.room())) : 0;
-            const void* lt = room ? std::memchr(bytes + counter, '<', static_cast<size_t>(room)) : nullptr;
-            const int run = static_cast<int>(lt ? static_cast<const char*>(lt) - (bytes + counter) : room);
+            const quint64 room =
+                counter < l && !byteByByte ? qMin(l - counter, static_cast<quint64>(text.room())) : 0;
+            const int run = static_cast<int>(index.next(PageIndex::Lt, counter, counter + room) - counter);
             if (run > 0) {
                 text.append(bytes + counter, run);
                 readOnTo(counter + run);

@@ -3,6 +3,7 @@
 #include "parsing/ByteBuffer.h"
 #include "parsing/KestDbItem.h"
 #include "parsing/KestXmlTag.h"
+#include "parsing/PageIndex.h"
 
 #include <QByteArray>
 #include <QString>
@@ -56,6 +57,13 @@ class KestParser {
     const std::optional<QString>& getCanonical() const { return canonical; }
     quint64 getUseEncoding() const { return useEncoding; }
     const QByteArray& getBytes() const { return data; }
+    // The position of the next byte to read.
+    quint64 position() const { return counter; }
+
+    // For checking the reader against itself: parsers made while this is on read every byte
+    // one at a time, as the rules are written, with none of the shortcuts that take a stretch
+    // of bytes at once. Results must be the same either way.
+    static void readByteByByte(bool on);
 
     // Cursor primitives
     bool getNextByte();
@@ -119,12 +127,20 @@ class KestParser {
         const char* text = nullptr;
         qsizetype size = 0;
         bool closing = false;
+        bool ascii = false; // known to hold no byte from 0x80 up
     };
 
     void readOnTo(quint64 end);
-    void countStretch(const char* from, const char* stop);
-    void settleStretch(const char* from, const char* stop);
+    void countStretch(quint64 from, quint64 stop);
+    void settleStretch(quint64 from, quint64 stop);
+    void noteUnsettled(quint64 from, quint64 stop);
+    void settleUnsettled();
+    void startCountingWords();
     bool skipTo(char wanted);
+    bool readPastNextLt();
+    void passTagsNoTestTakes(const char* firstLetters);
+    void passTagsNoHeadingTestTakes();
+    bool skipComment();
     int textBeforeBracket(int limit) const;
     bool skipLeadingSpaces();
     bool matchName(const char* lowerName);
@@ -132,6 +148,7 @@ class KestParser {
     bool skipToValueStart();
     bool readOnToTagEnd();
     bool copyValue(ByteBuffer& buffer, signed char terminator);
+    quint64 endOfValueRun(quint64 from, quint64 limit, signed char terminator) const;
     bool copyAltText(ByteBuffer& buffer, bool markEmpty);
     signed char valueTerminator() const;
     void rewindTo(qint64 position);
@@ -142,7 +159,7 @@ class KestParser {
     std::optional<QString> decodeByLadder(const ByteBuffer& buffer) const;
     std::optional<QString> nextSrcOf(bool (KestParser::*recognise)());
     struct HrefScan;
-    HrefScan hrefOfNext(bool (KestParser::*recognise)());
+    HrefScan hrefOfNext(bool (KestParser::*recognise)(), const char* firstLetter);
     bool headContains(QLatin1StringView word);
 
     QByteArray data;
@@ -184,11 +201,20 @@ class KestParser {
     qint64 spellingCursor = 0;
     QVariantList grammarDetails;
 
-    // Not fields of the reader's model, both kept for speed: the raw pointer behind `data`, and
-    // whether stretches are counted for words. The constructors' passes are each followed by a
-    // reset, so their counts are never seen; only the states they leave are.
+    // Not fields of the reader's model, all kept for speed: the raw pointer behind `data`, where
+    // its brackets and words stand, and whether stretches are counted for words. The
+    // constructors' passes are each followed by a reset, so their counts are never seen; only
+    // the states they leave are.
     const char* bytes = nullptr;
+    PageIndex index;
+    bool byteByByte = false;
+    std::unique_ptr<ByteBuffer> tagReadByBytes; // what readTag stores when reading byte by byte
     bool countingWords = true;
+    // While words are not counted, the bytes read since the bracket and word states were last
+    // brought up to date: settling a run of stretches at once gives the states settling each
+    // in turn would, so it is done when the run breaks or the states are needed.
+    quint64 unsettledFrom = 0;
+    quint64 unsettledTo = 0;
 };
 
 inline void KestParser::countByte() {
@@ -211,14 +237,26 @@ inline void KestParser::countByte() {
     }
 }
 
+inline void KestParser::noteUnsettled(quint64 from, quint64 stop) {
+    if (from != unsettledTo) {
+        settleUnsettled();
+        unsettledFrom = from;
+    }
+    unsettledTo = stop;
+}
+
 inline bool KestParser::getNextByte() {
     // `counter` can only pass `l` after a rewind computed from a truncated mark; never read then.
     if (counter >= l)
         return false;
     aBuffer = static_cast<signed char>(bytes[counter]);
     // The head's own bytes are not words: bookkeeping starts behind the end of the head.
-    if (counter > static_cast<quint64>(static_cast<qint64>(endHead)) && !isScriptOrComment)
-        countByte();
+    if (counter > static_cast<quint64>(static_cast<qint64>(endHead)) && !isScriptOrComment) {
+        if (countingWords || byteByByte)
+            countByte();
+        else
+            noteUnsettled(counter, counter + 1);
+    }
     ++counter;
     return true;
 }

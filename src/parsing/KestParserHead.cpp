@@ -6,6 +6,10 @@
 
 namespace {
 
+char asciiLowerByte(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
+
 QString withoutLineEnds(QString text) {
     text.remove(QLatin1Char('\r'));
     text.remove(QLatin1Char('\n'));
@@ -43,7 +47,7 @@ class KestParser::ScannedTag {
     bool read(KestParser& parser) {
         if (!parser.readTag(raw))
             return false;
-        plain = asciiKept && TextEncoding::isAscii(raw.text, raw.size);
+        plain = asciiKept && raw.ascii;
         if (plain)
             return true;
         std::optional<QString> text = parser.decodeTag(raw.text, raw.size);
@@ -142,8 +146,9 @@ QString KestParser::findTitle() {
     return QString();
 }
 
-KestParser::HrefScan KestParser::hrefOfNext(bool (KestParser::*recognise)()) {
+KestParser::HrefScan KestParser::hrefOfNext(bool (KestParser::*recognise)(), const char* firstLetter) {
     while (counter < l) {
+        passTagsNoTestTakes(firstLetter);
         if (!moveIntoNextTag())
             return {HrefScan::Nothing, {}};
         if (!(this->*recognise)() || !moveToStartOfUrl())
@@ -182,7 +187,7 @@ std::optional<QString> KestParser::findBaseHref() {
         return std::nullopt;
     }
     // The whole document is searched: a base tag in the body counts, the first one wins.
-    HrefScan scan = hrefOfNext(&KestParser::isThisABaseTag);
+    HrefScan scan = hrefOfNext(&KestParser::isThisABaseTag, "b");
     switch (scan.kind) {
     case HrefScan::Nothing:
         return std::nullopt;
@@ -211,7 +216,7 @@ std::optional<QString> KestParser::findNextLinkHref() {
         qCInfo(lcParser) << "returning nil";
         return std::nullopt;
     }
-    HrefScan scan = hrefOfNext(&KestParser::isThisALinkTag);
+    HrefScan scan = hrefOfNext(&KestParser::isThisALinkTag, "l");
     if (scan.kind == HrefScan::Nothing || scan.kind == HrefScan::EndOfFile)
         return std::nullopt;
     if (scan.kind == HrefScan::Value && scan.value == QLatin1String("/"))
@@ -238,6 +243,45 @@ void KestParser::findKeywordsAndDescription() {
     }
 }
 
+void KestParser::passTagsNoHeadingTestTakes() {
+    // Tags that can neither start a heading nor end the body, and that hold only ASCII so they
+    // read as themselves, are passed in one read: the state is then as if each had been read.
+    // Stops before "<!", a tag cut by the cap, the page's last bytes and any tag that might count.
+    if (byteByByte || aBuffer == '<' || !TextEncoding::keepsAscii(useEncoding))
+        return;
+    quint64 passed = counter;
+    quint64 lastLt = 0;
+    for (;;) {
+        const quint64 lt = index.next(PageIndex::Lt, passed, l);
+        if (lt + 1 >= l || bytes[lt + 1] == '!')
+            break;
+        quint64 start = lt + 1;
+        while (start < l && bytes[start] == '/')
+            ++start;
+        const quint64 stop = start + qMin(l - start, static_cast<quint64>(ByteBuffer::tagCap));
+        const quint64 gt = index.next(PageIndex::Gt, start, stop);
+        if (gt == stop || index.next(PageIndex::Nul | PageIndex::High, start, gt) < gt)
+            break;
+        const char* text = bytes + start;
+        const quint64 size = gt - start;
+        auto hasAt = [text, size](quint64 at, const char* word) {
+            for (quint64 i = 0; word[i]; ++i) {
+                if (at + i >= size || asciiLowerByte(text[at + i]) != word[i])
+                    return false;
+            }
+            return true;
+        };
+        if (hasAt(0, "h1") || hasAt(1, "h1") || ((size == 4 || size == 5) && hasAt(0, "body")))
+            break;
+        passed = gt + 1;
+        lastLt = lt;
+    }
+    if (passed > counter) {
+        readOnTo(passed);
+        lastTagPassed = static_cast<qint32>(lastLt + 2);
+    }
+}
+
 QString KestParser::findHeadings() {
     QStringList list;
     ScannedTag tag(*this);
@@ -259,6 +303,7 @@ QString KestParser::findHeadings() {
             else
                 text = text.left(159) + QLatin1String("...");
         }
+        passTagsNoHeadingTestTakes();
         more = tag.read(*this);
         if (more && isEndOfBody(tag))
             break;

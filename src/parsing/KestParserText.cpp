@@ -3,7 +3,9 @@
 #include "parsing/KestParser.h"
 #include "parsing/TextEncodings.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -42,6 +44,25 @@ std::optional<unsigned> scanNumber(QStringView digits, int base) {
     return value;
 }
 
+struct HtmlEntityView {
+    QLatin1StringView escape;
+    char16_t unit;
+};
+
+// The entity table in the order of its escapes, for a binary search.
+const std::vector<HtmlEntityView>& entitiesByEscape() {
+    static const std::vector<HtmlEntityView> rows = [] {
+        std::vector<HtmlEntityView> sorted;
+        for (const HtmlEntity& entity : htmlEntityTable())
+            sorted.push_back({QLatin1StringView(entity.escape), entity.unit});
+        std::sort(sorted.begin(), sorted.end(), [](const HtmlEntityView& a, const HtmlEntityView& b) {
+            return a.escape.compare(b.escape) < 0;
+        });
+        return sorted;
+    }();
+    return rows;
+}
+
 std::optional<QChar> decodeEscape(QStringView escape) {
     if (escape.at(1) == QLatin1Char('#')) {
         const bool hex = escape.at(2) == QLatin1Char('x') || escape.at(2) == QLatin1Char('X');
@@ -52,10 +73,13 @@ std::optional<QChar> decodeEscape(QStringView escape) {
             return QChar(static_cast<char16_t>(*value));
         return std::nullopt;
     }
-    for (const HtmlEntity& entity : htmlEntityTable()) {
-        if (escape == QLatin1StringView(entity.escape))
-            return QChar(entity.unit);
-    }
+    // Each escape stands in the table once, so the row found here is the first match in order.
+    const std::vector<HtmlEntityView>& rows = entitiesByEscape();
+    const auto row = std::lower_bound(
+        rows.begin(), rows.end(), escape,
+        [](const HtmlEntityView& entity, QStringView text) { return text.compare(entity.escape) > 0; });
+    if (row != rows.end() && escape.compare(row->escape) == 0)
+        return QChar(row->unit);
     return std::nullopt;
 }
 
@@ -132,22 +156,23 @@ QString KestParser::unescapeEntities(const QString& text) {
 QString KestParser::gtm_stringByUnescapingFromHTML(const QString& text) {
     // From the last '&' backwards, replacing in a copy so positions still to come stay valid.
     // Each escape must close before the '&' handled before it. One pass: "&amp;lt;" gives "&lt;".
-    qsizetype amp = text.lastIndexOf(QLatin1Char('&'));
-    if (amp < 0)
-        return text;
+    const QChar* chars = text.constData();
     QString result = text;
     qsizetype windowEnd = text.size();
-    while (amp >= 0) {
-        const qsizetype semicolon = text.indexOf(QLatin1Char(';'), amp);
-        if (semicolon >= 0 && semicolon < windowEnd) {
-            const qsizetype length = semicolon - amp + 1;
-            if (length >= 4 && length <= 10) {
-                if (std::optional<QChar> unit = decodeEscape(QStringView(text).mid(amp, length)))
-                    result.replace(amp, length, *unit);
-            }
+    for (qsizetype amp = windowEnd - 1; amp >= 0; --amp) {
+        if (chars[amp] != QLatin1Char('&'))
+            continue;
+        // Only a ';' that makes an escape of 4 to 10 characters can count: look no further.
+        const qsizetype last = qMin(windowEnd, amp + 10);
+        qsizetype semicolon = amp + 1;
+        while (semicolon < last && chars[semicolon] != QLatin1Char(';'))
+            ++semicolon;
+        const qsizetype length = semicolon - amp + 1;
+        if (semicolon < last && length >= 4) {
+            if (std::optional<QChar> unit = decodeEscape(QStringView(chars + amp, length)))
+                result.replace(amp, length, *unit);
         }
         windowEnd = amp;
-        amp = amp == 0 ? -1 : text.lastIndexOf(QLatin1Char('&'), amp - 1);
     }
     return result;
 }
