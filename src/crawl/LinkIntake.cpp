@@ -8,6 +8,7 @@
 #include "crawl/StartProbes.h"
 #include "crawl/UrlRules.h"
 #include "parsing/KestParser.h"
+#include "parsing/TextEncodings.h"
 #include "platform/SyncFetch.h"
 
 #include <QDir>
@@ -359,9 +360,7 @@ void LinkCheckerHub::detectEncoding(const QString& url) {
                 .toString();
     const SyncFetchResult start = fetchSynchronously(fetchUrl, userAgent(), getTimeoutInterval());
     // What the server says of its charset comes first; the page's own meta tag is the fallback.
-    const qsizetype charset = start.contentType.indexOf("charset=", 0, Qt::CaseInsensitive);
-    if (charset >= 0)
-        detectedEncoding = KestParser::encodingForCharset(start.contentType.mid(charset + 8).trimmed());
+    detectedEncoding = TextEncoding::encodingOfContentType(start.contentType);
     if (detectedEncoding == 0 && !start.body.isEmpty()) {
         qInfo().noquote() << QString("encodingTestData length is %1").arg(start.body.size());
         detectedEncoding = KestParser::encodingForCharset(KestParser::extractCharsetFromHTML(start.body));

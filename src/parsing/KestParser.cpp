@@ -34,14 +34,8 @@ bool isSeparator(signed char c) {
 // The bytes one fetch of the page as text would have been read in: the charset the server
 // names, else UTF-8 when the bytes are valid UTF-8, else unknown.
 quint64 encodingOfFetchedText(const SyncFetchResult& fetched) {
-    const QString type = fetched.contentType;
-    const qsizetype at = type.indexOf(QLatin1String("charset="), 0, Qt::CaseInsensitive);
-    if (at >= 0) {
-        QString name = type.mid(at + 8).section(QLatin1Char(';'), 0, 0).trimmed();
-        name.remove(QLatin1Char('"'));
-        if (quint64 id = TextEncoding::encodingForStandardName(name))
-            return id;
-    }
+    if (quint64 id = TextEncoding::encodingOfContentType(fetched.contentType))
+        return id;
     if (TextEncoding::isValidUtf8(fetched.body.constData(), fetched.body.size()))
         return TextEncoding::UTF8;
     return TextEncoding::Unknown;

@@ -169,6 +169,15 @@ const char* standardName(quint64 encoding) {
     return row ? row->standard : nullptr;
 }
 
+quint64 encodingOfContentType(const QString& contentType) {
+    const qsizetype at = contentType.indexOf(QLatin1String("charset="), 0, Qt::CaseInsensitive);
+    if (at < 0)
+        return Unknown;
+    QString name = contentType.mid(at + 8).section(QLatin1Char(';'), 0, 0).trimmed();
+    name.remove(QLatin1Char('"'));
+    return encodingForStandardName(name);
+}
+
 quint64 encodingForStandardName(const QString& name) {
     const QString wanted = name.trimmed().toLower();
     struct Alias {

@@ -29,6 +29,8 @@ const char* standardName(quint64 encoding);
 
 // The identifier for a standard (IANA) charset name as servers send it, 0 if none fits.
 quint64 encodingForStandardName(const QString& name);
+// The identifier for the charset a Content-Type header names, 0 if it names none that fits.
+quint64 encodingOfContentType(const QString& contentType);
 
 // Strict decoding: any byte sequence the encoding does not define makes it fail.
 std::optional<QString> decode(const char* bytes, qsizetype length, quint64 encoding);

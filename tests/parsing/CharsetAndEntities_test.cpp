@@ -193,6 +193,20 @@ TEST(Encodings, DecodersOfTheTable) {
     }
 }
 
+TEST(Encodings, CharsetOfAContentType) {
+    using namespace TextEncoding;
+    const std::pair<const char*, quint64> cases[] = {
+        {"text/html; charset=Shift_JIS", ShiftJIS},
+        {"text/html;CHARSET=\"utf-8\"; format=flowed", UTF8},
+        {"text/html; charset= windows-1252 ", WindowsCP1252},
+        {"text/html", Unknown},
+        {"text/html; charset=", Unknown},
+        {"text/html; charset=klingon", Unknown},
+    };
+    for (const auto& [type, encoding] : cases)
+        EXPECT_EQ(encodingOfContentType(type), encoding) << type;
+}
+
 TEST(Encodings, ShiftJisPage) {
     const QByteArray page =
         "<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; charset=Shift_JIS\">"
