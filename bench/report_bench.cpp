@@ -1,9 +1,9 @@
 // Exports of a large crawl: 20,000 pages holding 500,000 occurrences of links, built in memory
 // the way link intake builds them.
-#include "app/UserInterface.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "platform/UserInterface.h"
 #include "views/KestReportDataSource.h"
 #include "views/LinkTreeSource.h"
 

@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 
-#include "app/UserInterface.h"
 #include "config/SiteStore.h"
+#include "platform/UserInterface.h"
 
 #include <QDir>
 #include <QFileInfo>

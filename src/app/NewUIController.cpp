@@ -1,7 +1,7 @@
 #include "app/NewUIController.h"
 
 #include "app/AppDelegate.h"
-#include "app/UserInterface.h"
+#include "platform/UserInterface.h"
 
 #include <QtDebug>
 

@@ -1,8 +1,8 @@
 #include "config/KestConfigManager.h"
 
-#include "app/UserInterface.h"
 #include "config/Preferences.h"
 #include "platform/Plist.h"
+#include "platform/UserInterface.h"
 
 #include <QDateTime>
 #include <QDebug>

@@ -1,9 +1,9 @@
 // The site-list half of KestConfigManager: selection, new sites, saving, in-place changes,
 // deletion, search, export and the matching of opened settings files.
-#include "app/UserInterface.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "platform/Plist.h"
+#include "platform/UserInterface.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,9 +1,9 @@
 #include "crawl/LinkCheckerHub.h"
 
-#include "app/UserInterface.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/UrlRules.h"
+#include "platform/UserInterface.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,5 @@
 // Link intake: whether a fetched page may be parsed, what its record learns from the parser,
 // and how every link on it becomes a new record or one more occurrence of a known one.
-#include "app/UserInterface.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
@@ -10,6 +9,7 @@
 #include "parsing/KestParser.h"
 #include "parsing/TextEncodings.h"
 #include "platform/SyncFetch.h"
+#include "platform/UserInterface.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #include "views/KestReportDataSource.h"
 
-#include "app/UserInterface.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "platform/UserInterface.h"
 #include "views/TableExport.h"
 
 #include <QtDebug>

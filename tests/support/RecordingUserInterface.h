@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/UserInterface.h"
+#include "platform/UserInterface.h"
 
 #include <QList>
 #include <QPair>
