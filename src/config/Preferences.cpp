@@ -8,8 +8,7 @@
 
 namespace {
 
-// How each preference is kept in the store.
-enum class Form { Bool, YesNo, Index, Text, Number, Float, List };
+using Form = Preferences::Form;
 
 struct Key {
     const char* name;
@@ -300,6 +299,45 @@ void Preferences::remove(const QString& key) {
     values.remove(key);
     std::unique_ptr<QSettings> store(openStore());
     store->remove(key);
+}
+
+QStringList Preferences::knownKeys() {
+    QStringList keys;
+    for (const Key& key : orderedKeys)
+        keys.append(key.name);
+    for (const char* colourClass : colourClasses) {
+        for (const char* component : colourComponents)
+            keys.append(QString("Lorrane%1Colour%2").arg(colourClass, component));
+    }
+    for (const char* key : columnKeys)
+        keys.append(key);
+    keys.append({"linkslimit", "levelslimit"});
+    return keys;
+}
+
+std::optional<Form> Preferences::formOfKey(const QString& key) {
+    for (const Key& known : orderedKeys) {
+        if (key == QLatin1String(known.name))
+            return known.form;
+    }
+    for (const char* colourClass : colourClasses) {
+        for (const char* component : colourComponents) {
+            if (key == QString("Lorrane%1Colour%2").arg(colourClass, component))
+                return Form::Float;
+        }
+    }
+    for (const char* column : columnKeys) {
+        if (key == QLatin1String(column))
+            return Form::Bool;
+    }
+    if (key == "linkslimit" || key == "levelslimit")
+        return Form::Number;
+    return std::nullopt;
+}
+
+void Preferences::setValueAndStoreInItsForm(const QString& key, const QVariant& v) {
+    const std::optional<Form> form = formOfKey(key);
+    setValueAndStore(key, form ? toStored(v, *form) : v);
 }
 
 QString Preferences::userAgentString() const {

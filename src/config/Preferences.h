@@ -3,6 +3,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantMap>
+#include <optional>
 
 class KestConfigManager;
 class QSettings;
@@ -13,6 +14,9 @@ class QSettings;
 // (organisation "Trellium", application "Trellium5") in a file under the config folder.
 class Preferences {
   public:
+    // How a preference is kept in the store.
+    enum class Form { Bool, YesNo, Index, Text, Number, Float, List };
+
     // The agent sent when the user has set none.
     static constexpr const char* defaultUserAgent = "Trellium/5";
     static QString defaultReportStyles();
@@ -43,6 +47,13 @@ class Preferences {
     // Sets and writes at once: `newUISelectedFilename` does not wait for quit.
     void setValueAndStore(const QString& key, const QVariant& value);
     void remove(const QString& key);
+    // Sets and writes one preference at once, converted to the form it is stored in.
+    void setValueAndStoreInItsForm(const QString& key, const QVariant& value);
+
+    // Every preference the program keeps, in the order they are read at start-up.
+    static QStringList knownKeys();
+    // The stored form of a preference; none for a key the program does not keep.
+    static std::optional<Form> formOfKey(const QString& key);
 
     // What requests send as User-Agent.
     QString userAgentString() const;

@@ -121,7 +121,7 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
     if (!file.open(QIODevice::ReadOnly)) {
         ui.alert("Error opening file",
                  QString("Trellium encountered the following error when trying to open the selected file: %1")
-                     .arg(file.errorString()));
+                     .arg(path + ": " + file.errorString()));
         ui.crawlDidntGetOffGround();
         return false;
     }

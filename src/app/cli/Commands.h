@@ -8,3 +8,4 @@ int runCrawlCommand(const QStringList& args);
 int runParseCommand(const QStringList& args);
 int runSitesCommand(const QStringList& args);
 int runRunCommand(const QStringList& args);
+int runPrefsCommand(const QStringList& args);

@@ -1,6 +1,8 @@
 #include "app/TerminalUserInterface.h"
+#include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
 #include "app/cli/ReportOptions.h"
+#include "app/cli/SiteOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
@@ -59,6 +61,7 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
          "TEXT"},
     });
     addReportOptions(parser);
+    addSiteOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
@@ -72,23 +75,21 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         std::exit(0);
     }
     const QStringList positional = parser.positionalArguments();
-    if (positional.size() != 1 || positional[0].trimmed().isEmpty()) {
+    QString sourceError;
+    if (usesStoredSettings(parser)) {
+        if (!loadStoredSettings(parser, config, &sourceError)) {
+            std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(sourceError));
+            return false;
+        }
+    } else if (positional.size() != 1 || positional[0].trimmed().isEmpty()) {
         std::fputs("trellium crawl: give one starting URL or path (see --help)\n", stderr);
         return false;
+    } else {
+        // A path that does not exist then fails to open with a clear message instead of
+        // being taken for a host name.
+        out.start = CliInput::startFromArgument(positional[0]);
+        config.setValueForKey("url", out.start);
     }
-    out.start = positional[0];
-    // Anything that names a path is crawled as local files; a path that does not exist then
-    // fails to open with a clear message instead of being taken for a host name.
-    const bool looksLikePath =
-        out.start.startsWith('/') || out.start.startsWith('.') || out.start.startsWith('~');
-    if (!out.start.contains("://") && (looksLikePath || QFileInfo::exists(out.start))) {
-        const QFileInfo path(out.start);
-        out.start = QUrl::fromLocalFile(path.absoluteFilePath()).toString();
-        // A folder's own links are relative to the folder, which its URL must say with a final slash.
-        if (path.isDir() && !out.start.endsWith('/'))
-            out.start += '/';
-    }
-    config.setValueForKey("url", out.start);
 
     auto number = [&](const char* option, const char* key, double minimum) {
         if (!parser.isSet(option))
@@ -140,9 +141,14 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     for (const auto& flag : flags)
         if (parser.isSet(flag.option))
             config.setValueForKey(flag.key, QString(flag.value));
-    config.setCheckBlacklistArray(KestConfigManager::trimEachItemInArray(parser.values("do-not-check")));
-    config.setFollowBlacklistArray(KestConfigManager::trimEachItemInArray(parser.values("do-not-follow")));
-    config.setFollowWhitelistArray(KestConfigManager::trimEachItemInArray(parser.values("only-follow")));
+    // Given terms replace a stored site's list; none given leave it.
+    if (parser.isSet("do-not-check"))
+        config.setCheckBlacklistArray(KestConfigManager::trimEachItemInArray(parser.values("do-not-check")));
+    if (parser.isSet("do-not-follow"))
+        config.setFollowBlacklistArray(
+            KestConfigManager::trimEachItemInArray(parser.values("do-not-follow")));
+    if (parser.isSet("only-follow"))
+        config.setFollowWhitelistArray(KestConfigManager::trimEachItemInArray(parser.values("only-follow")));
     for (const char* limit : {"links-limit", "levels-limit"}) {
         if (!parser.isSet(limit))
             continue;
@@ -158,7 +164,13 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         preferences.setValue("soft404Button", true);
     if (parser.isSet("soft-404-term"))
         preferences.setValue("soft404Terms", parser.values("soft-404-term").join("\n"));
-    out.jsonPath = parser.value("json");
+    out.jsonPath = CliInput::expandTilde(parser.value("json"));
+    QString why;
+    if (!out.jsonPath.isEmpty() && out.jsonPath != "-" && !CliInput::isWritableFile(out.jsonPath, &why)) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(out.jsonPath),
+                     qPrintable(why));
+        return false;
+    }
     QString reportError;
     if (!checkReportOptions(parser, &reportError)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));

@@ -1,5 +1,7 @@
 #include "app/cli/ReportOptions.h"
 
+#include "app/cli/CliInput.h"
+
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
 #include "views/KestReportDataSource.h"
@@ -18,7 +20,7 @@ bool splitReport(const QString& value, QString& kind, QString& file) {
     if (equals <= 0)
         return false;
     kind = value.left(equals);
-    file = value.mid(equals + 1);
+    file = CliInput::expandTilde(value.mid(equals + 1));
     return kinds.contains(kind) && !file.isEmpty();
 }
 
@@ -62,6 +64,13 @@ bool checkReportOptions(const QCommandLineParser& parser, QString* error) {
             if (error)
                 *error = QString("--report takes KIND=FILE with KIND one of %1, not '%2'")
                              .arg(kinds.join(", "), value);
+            return false;
+        }
+        // Found out now rather than after a long crawl.
+        QString why;
+        if (!CliInput::isWritableFile(file, &why)) {
+            if (error)
+                *error = QString("cannot write the %1 report to %2: %3").arg(kind, file, why);
             return false;
         }
     }

@@ -1,3 +1,4 @@
+#include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
 
 #include "config/KestConfigManager.h"
@@ -6,25 +7,29 @@
 #include <algorithm>
 
 #include <QFileInfo>
+#include <QLocale>
 #include <QtGlobal>
 #include <cstdio>
+#include <optional>
 
 namespace {
 
-const char* usage = "usage: trellium sites [SUBCOMMAND]\n"
-                    "\n"
-                    "The stored sites, kept in ~/.local/share/Trellium5.\n"
-                    "\n"
-                    "  (none)                     list the sites: name, URL, status, date of the last check\n"
-                    "  add URL [--name NAME]      add a site with the default settings\n"
-                    "  rename NAME NEWNAME        give a site another name\n"
-                    "  set-url NAME URL           change the starting URL of a site\n"
-                    "  delete NAME                delete a site's settings\n"
-                    "  export NAME FILE.lcsettings  write a site's settings to a file\n"
-                    "  show NAME                  print a site's settings as key = value\n"
-                    "  set NAME KEY VALUE         change one setting of a site\n"
-                    "\n"
-                    "NAME is a site's name, or its URL. numberOfThreads is held between 1 and 100.\n";
+const char* usage =
+    "usage: trellium sites [SUBCOMMAND]\n"
+    "\n"
+    "The stored sites, kept in ~/.local/share/Trellium5.\n"
+    "\n"
+    "  (none), list               list the sites: name, URL, status, date of the last check\n"
+    "  add URL [--name NAME]      add a site with the default settings\n"
+    "  rename NAME NEWNAME        give a site another name\n"
+    "  set-url NAME URL           change the starting URL of a site\n"
+    "  delete NAME, remove NAME   delete a site's settings\n"
+    "  export NAME FILE.lcsettings  write a site's settings to a file\n"
+    "  show NAME                  print a site's settings as key = value\n"
+    "  set NAME KEY VALUE         change one setting of a site\n"
+    "\n"
+    "NAME is a site's name, or its URL. Values are checked as the matching crawl options are;\n"
+    "flags take YES or NO, and numberOfThreads is held between 1 and 100.\n";
 
 int fail(const QString& message) {
     std::fprintf(stderr, "trellium sites: %s\n", qPrintable(message));
@@ -48,6 +53,16 @@ QString describe(const QVariant& value) {
         return "[" + items.join(", ") + "]";
     }
     return value.toString();
+}
+
+int refuseUrl(const QString& text) {
+    return fail(QString("'%1' is not a URL: give a web address such as https://www.example.com/, or a "
+                        "local file or folder")
+                    .arg(text));
+}
+
+bool nameIsTaken(const SiteStore& store, const QString& name) {
+    return store.nameCollection.contains(name);
 }
 
 int list(KestConfigManager& config) {
@@ -74,9 +89,17 @@ int add(KestConfigManager& config, QStringList args) {
     }
     if (args.size() != 1 || args[0].trimmed().isEmpty())
         return fail("add takes one URL (see --help)");
-    if (!config.newSheetOK(args[0].trimmed(), name))
+    const QString url = CliInput::startFromArgument(args[0].trimmed());
+    if (!CliInput::isStartUrl(url))
+        return refuseUrl(args[0]);
+    // A site without a name is listed, and found, by its URL.
+    const QString shownName = name.isEmpty() ? url : name;
+    if (nameIsTaken(config.store(), shownName))
+        return fail(QString("a site named '%1' exists already; give the new one another name with --name")
+                        .arg(shownName));
+    if (!config.newSheetOK(url, name))
         return fail("add takes one URL (see --help)");
-    print(QString("added %1 as %2").arg(args[0].trimmed(), config.getSelectedConfigFilename()));
+    print(QString("added '%1' (%2)").arg(shownName, url));
     return 0;
 }
 
@@ -94,13 +117,74 @@ bool isSettableKey(const QString& key) {
     return keys.contains(key);
 }
 
-QVariant storedForm(const QString& key, const QString& text) {
+// Settings read as numbers, with the range a value must lie in: the least that the matching
+// `crawl` flag takes, and the values a form would offer. `whole` asks for an integer; an
+// empty value is taken where a new site has one.
+struct NumberRule {
+    const char* key;
+    double minimum;
+    double maximum;
+    bool whole;
+    bool emptyAllowed;
+};
+const NumberRule numberRules[] = {
+    {"numberOfThreads", 0, 1e9, false, false},
+    {"timeOut", 0.001, 1e9, false, false},
+    {"delay", 0, 1e9, false, false},
+    {"orphanftpthreads", 1, 1e9, true, false},
+    {"summaryReportFormat", 0, 1, true, false},
+    {"scheduleCalendarIntervalMatrix", 0, 2, true, false},
+    {"scheduleCalendarIntervalMinutes", 0, 59, true, true},
+    {"scheduleCalendarIntervalHours", 0, 23, true, true},
+    {"scheduleCalendarIntervalDay", 1, 31, true, true},
+};
+
+// The typed value in the form the file keeps, or why it is refused.
+std::optional<QVariant> checkedSetting(const QString& key, const QString& text, QString* error) {
     const QVariant blank = KestConfigManager::compileBlankDict().value(key);
-    if (blank.typeId() == QMetaType::Int)
-        return KestConfigManager::intValue(text);
-    if (blank.toString() == "YES" || blank.toString() == "NO")
-        return QString(KestConfigManager::boolValue(text) ? "YES" : "NO");
-    return text;
+    if (blank.toString() == "YES" || blank.toString() == "NO") {
+        if (const std::optional<bool> on = CliInput::readYesNo(text))
+            return QVariant(QString(*on ? "YES" : "NO"));
+        *error = QString("%1 takes YES or NO, not '%2'").arg(key, text);
+        return std::nullopt;
+    }
+    if (key == "scheduleCalendarIntervalWeekday") {
+        for (int day = 1; day <= 7; ++day) {
+            const QString title = QLocale::c().dayName(day);
+            if (text.trimmed().compare(title, Qt::CaseInsensitive) == 0)
+                return QVariant(title);
+        }
+        *error = QString("%1 takes a weekday in English (Monday ... Sunday), not '%2'").arg(key, text);
+        return std::nullopt;
+    }
+    for (const NumberRule& rule : numberRules) {
+        if (key != QLatin1String(rule.key))
+            continue;
+        if (rule.emptyAllowed && text.trimmed().isEmpty())
+            return QVariant(QString());
+        bool ok = false;
+        const double number = text.trimmed().toDouble(&ok);
+        if (!ok || number < rule.minimum || number > rule.maximum || (rule.whole && number != int(number))) {
+            const QString kind = rule.whole ? "a whole number" : "a number";
+            *error = rule.maximum < 1e9 ? QString("%1 takes %2 from %3 to %4, not '%5'")
+                                              .arg(key, kind)
+                                              .arg(rule.minimum)
+                                              .arg(rule.maximum)
+                                              .arg(text)
+                                        : QString("%1 takes %2 of at least %3, not '%4'")
+                                              .arg(key, kind)
+                                              .arg(rule.minimum)
+                                              .arg(text);
+            return std::nullopt;
+        }
+        if (blank.typeId() == QMetaType::Int)
+            return QVariant(int(number));
+        if (key == "numberOfThreads")
+            return QVariant(QString::number(std::clamp(number, KestConfigManager::minimumNumberOfThreads,
+                                                       KestConfigManager::maximumNumberOfThreads)));
+        return QVariant(text.trimmed());
+    }
+    return QVariant(text);
 }
 
 } // namespace
@@ -126,43 +210,47 @@ int runSitesCommand(const QStringList& args) {
     const QStringList rest = args.mid(1);
     if (command == "add")
         return add(config, rest);
+    if (command == "list")
+        return rest.isEmpty() ? list(config) : fail("list takes no argument (see --help)");
 
-    struct Arity {
-        const char* command;
-        int count;
-    };
-    const Arity arities[] = {{"rename", 2}, {"set-url", 2}, {"delete", 1},
-                             {"export", 2}, {"show", 1},    {"set", 3}};
-    int expected = -1;
-    for (const Arity& a : arities) {
-        if (command == a.command)
-            expected = a.count;
-    }
-    if (expected < 0)
-        return fail(QString("unknown subcommand '%1' (see --help)").arg(command));
-    if (rest.size() != expected)
-        return fail(QString("%1 takes %2 argument(s) (see --help)").arg(command).arg(expected));
+    const QString refused = CliInput::checkSubcommand(command, rest.size(),
+                                                      {{"rename", 2},
+                                                       {"set-url", 2},
+                                                       {"delete", 1},
+                                                       {"remove", 1},
+                                                       {"export", 2},
+                                                       {"show", 1},
+                                                       {"set", 3}});
+    if (!refused.isEmpty())
+        return fail(refused);
     // The whole list is searched, whatever the last search left hidden.
     config.filter(QString());
     if (!config.selectUrl(rest[0]))
         return fail(QString("no site named '%1'").arg(rest[0]));
 
     if (command == "rename") {
+        if (rest[1] != config.getNameOfSelectedSite() && nameIsTaken(config.store(), rest[1]))
+            return fail(QString("a site named '%1' exists already").arg(rest[1]));
         config.setNewName(rest[1]);
         return 0;
     }
     if (command == "set-url") {
-        if (rest[1].trimmed().isEmpty())
-            return fail("the URL must not be empty");
-        config.setNewUrl(rest[1].trimmed());
+        const QString url = CliInput::startFromArgument(rest[1].trimmed());
+        if (!CliInput::isStartUrl(url))
+            return refuseUrl(rest[1]);
+        config.setNewUrl(url);
         return 0;
     }
-    if (command == "delete")
+    if (command == "delete" || command == "remove")
         return config.deleteMenuItem() ? 0 : fail(QString("could not delete '%1'").arg(rest[0]));
     if (command == "export") {
-        if (QFileInfo(rest[1]).suffix() != "lcsettings")
+        const QString file = CliInput::expandTilde(rest[1]);
+        if (QFileInfo(file).suffix() != "lcsettings")
             return fail("the export file must end in .lcsettings");
-        return config.exportSettingsTo(rest[1]) ? 0 : fail(QString("could not write %1").arg(rest[1]));
+        QString why;
+        if (!CliInput::isWritableFile(file, &why))
+            return fail(QString("cannot write %1: %2").arg(file, why));
+        return config.exportSettingsTo(file) ? 0 : fail(QString("could not write %1").arg(file));
     }
     const QString path = SiteStore::pathForFilename(config.getSelectedConfigFilename());
     if (command == "show") {
@@ -176,16 +264,11 @@ int runSitesCommand(const QStringList& args) {
     if (!isSettableKey(key))
         return fail(
             QString("'%1' is not a setting that can be set here (see 'trellium sites show')").arg(key));
-    QVariant value = storedForm(key, rest[2]);
-    if (key == "numberOfThreads") {
-        bool ok = false;
-        const double threads = rest[2].toDouble(&ok);
-        if (!ok)
-            return fail("numberOfThreads takes a number");
-        value = QString::number(std::clamp(threads, KestConfigManager::minimumNumberOfThreads,
-                                           KestConfigManager::maximumNumberOfThreads));
-    }
-    if (!SiteStore::changeKeysInFile(path, {{key, value}}))
+    QString error;
+    const std::optional<QVariant> value = checkedSetting(key, rest[2], &error);
+    if (!value)
+        return fail(error);
+    if (!SiteStore::changeKeysInFile(path, {{key, *value}}))
         return fail(QString("could not write %1").arg(path));
     return 0;
 }

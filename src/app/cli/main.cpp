@@ -13,6 +13,7 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  parse FILE|URL [options]   show what the page reader sees in one page\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
+                    "  prefs [SUBCOMMAND]         show and change the global preferences\n"
                     "\n"
                     "Run 'trellium COMMAND --help' for the options of a command.\n";
 
@@ -39,6 +40,8 @@ int main(int argc, char** argv) {
         return runSitesCommand(args);
     if (command == "run")
         return runRunCommand(args);
+    if (command == "prefs")
+        return runPrefsCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
