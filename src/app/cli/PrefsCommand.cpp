@@ -120,6 +120,15 @@ std::optional<QVariant> parseValue(const QString& key, Form form, const QString&
     return QVariant(text);
 }
 
+// A colour is read at start only when its red is stored, and then all four parts together, a
+// missing part as zero: so a part is never written or forgotten alone.
+QStringList keysKeptTogether(const QString& key, Form form) {
+    if (form != Form::Float)
+        return {key};
+    const QString colour = key.chopped(1);
+    return {colour + "R", colour + "G", colour + "B", colour + "A"};
+}
+
 int list(const Preferences& preferences) {
     for (const QString& key : Preferences::knownKeys()) {
         const Form form = *Preferences::formOfKey(key);
@@ -159,14 +168,17 @@ int runPrefsCommand(const QStringList& args) {
         return 0;
     }
     if (command == "reset") {
-        preferences.remove(key);
+        for (const QString& part : keysKeptTogether(key, *form))
+            preferences.remove(part);
         return 0;
     }
     QString error;
     const std::optional<QVariant> value = parseValue(key, *form, args[2], &error);
     if (!value)
         return fail(error);
-    preferences.setValueAndStoreInItsForm(key, *value);
+    preferences.setValue(key, *value);
+    for (const QString& part : keysKeptTogether(key, *form))
+        preferences.setValueAndStoreInItsForm(part, preferences.value(part));
     // An agent of the program's own kind is taken for an old version's and passed over at start.
     const QString text = args[2];
     if (key == "userAgentString" && text.size() > 9 &&

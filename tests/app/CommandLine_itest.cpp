@@ -1,0 +1,240 @@
+// The `trellium` program run as a user runs it: a child process whose home, data and config
+// folders lie in a temporary folder, against the local test server.
+#include "config/Preferences.h"
+#include "config/SiteStore.h"
+#include "platform/Plist.h"
+#include "support/TempHome.h"
+#include "support/TestServer.h"
+
+#include "support/QtPrinting.h"
+#include <QDir>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct ChildRun {
+    int exitCode = -1;
+    QString out, err;
+};
+
+// The child inherits HOME and the XDG folders that TempHome has set.
+ChildRun trellium(const QStringList& args) {
+    QProcess process;
+    process.start(TRELLIUM_CLI_PATH, args);
+    process.closeWriteChannel();
+    ChildRun run;
+    if (!process.waitForFinished(20000)) {
+        process.kill();
+        process.waitForFinished();
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QVariantMap storedSite(const QString& name) {
+    SiteStore store;
+    store.loadAllUrls();
+    const qsizetype index = store.nameCollection.indexOf(name);
+    return index < 0 ? QVariantMap()
+                     : Plist::readFile(SiteStore::pathForFilename(store.fileNameCollection[index]));
+}
+
+QVariantMap withoutLastResult(QVariantMap site) {
+    site.remove("status");
+    site.remove("dateStamp");
+    return site;
+}
+
+} // namespace
+
+// Every bad input ends with exit status 2 and a message that says what was wrong, naming the
+// site by its name and the path in full; nothing refused reaches the store, and output files
+// are found unwritable before a single request goes out.
+TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
+    TempHome home;
+    TestServer server;
+    server.addPage("/", "<html><body><a href=\"/a.html\">a</a></body></html>");
+    const QString start = server.url("/");
+    const QString homePath = home.path();
+    ASSERT_EQ(trellium({"sites", "add", "http://example.com/", "--name", "Ex"}).exitCode, 0);
+    ASSERT_EQ(trellium({"sites", "add", "http://plain.example/"}).exitCode, 0);
+    const QVariantMap before = storedSite("Ex");
+    const QString notPlist = homePath + "/broken.lcsettings";
+    QFile broken(notPlist);
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("not a property list");
+    broken.close();
+
+    struct Case {
+        QStringList args;
+        int exitCode;
+        QString said; // part of standard error, or of standard output on success
+    };
+    const Case cases[] = {
+        {{"sites", "add", "notaurl"}, 2, "'notaurl' is not a URL"},
+        {{"sites", "add", "http://"}, 2, "'http://' is not a URL"},
+        {{"sites", "add", "ftp://example.com/"}, 2, "is not a URL"},
+        {{"sites", "add", "http://other.example/", "--name", "Ex"}, 2, "a site named 'Ex' exists already"},
+        {{"sites", "add", "http://plain.example/"}, 2, "a site named 'http://plain.example/' exists already"},
+        {{"sites", "rename", "Ex", "http://plain.example/"}, 2, "exists already"},
+        {{"sites", "set-url", "Ex", "notaurl"}, 2, "'notaurl' is not a URL"},
+        {{"sites", "set", "Ex", "timeOut", "-5"}, 2, "timeOut takes a number of at least 0.001, not '-5'"},
+        {{"sites", "set", "Ex", "timeOut", "soon"}, 2, "timeOut takes a number"},
+        {{"sites", "set", "Ex", "delay", "-1"}, 2, "delay takes a number of at least 0"},
+        {{"sites", "set", "Ex", "numberOfThreads", "many"}, 2, "numberOfThreads takes a number"},
+        {{"sites", "set", "Ex", "checkImages", "maybe"}, 2, "checkImages takes YES or NO, not 'maybe'"},
+        {{"sites", "set", "Ex", "summaryReportFormat", "2"},
+         2,
+         "summaryReportFormat takes a whole number from 0 to 1"},
+        {{"sites", "set", "Ex", "scheduleCalendarIntervalHours", "24"}, 2, "from 0 to 23"},
+        {{"sites", "set", "Ex", "scheduleCalendarIntervalWeekday", "Funday"}, 2, "a weekday"},
+        {{"sites", "set", "Nope", "timeOut", "5"}, 2, "no site named 'Nope'"},
+        {{"sites", "export", "Ex", "/nonexistent-folder/ex.lcsettings"},
+         2,
+         "cannot write /nonexistent-folder/ex.lcsettings: No such file or directory"},
+        {{"crawl", "--timeout", "-1", start}, 2, "--timeout takes a number"},
+        {{"crawl", "--site", "Nope"}, 2, "no site named 'Nope'"},
+        {{"crawl", "--site", "Ex", start}, 2, "give one of"},
+        {{"crawl", "--site", "Ex", "--settings", notPlist}, 2, "give one of"},
+        {{"crawl", "--settings", "~/missing.lcsettings"},
+         2,
+         "cannot open " + homePath + "/missing.lcsettings"},
+        {{"crawl", "--settings", notPlist}, 2, "cannot open " + notPlist + ": not a settings file"},
+        {{"crawl", "~/nowhere"}, 2, homePath + "/nowhere: No such file or directory"},
+        {{"crawl", start, "--json", "~/missing/out.jsonl"},
+         2,
+         "cannot write " + homePath + "/missing/out.jsonl: No such file or directory"},
+        {{"crawl", start, "--json", homePath}, 2, "cannot write " + homePath + ": it is a folder"},
+        {{"crawl", start, "--report", "flat-csv=" + homePath},
+         2,
+         "report to " + homePath + ": it is a folder"},
+        {{"prefs", "set", "linkslimit", "-1"}, 2, "linkslimit takes a whole number of at least 0"},
+        {{"prefs", "set", "checkRobots", "maybe"}, 2, "checkRobots takes YES, NO, true or false"},
+        {{"prefs", "set", "Lorrane2xxColourR", "1.5"}, 2, "from 0 to 1"},
+        {{"prefs", "set", "validationtimeout", "0"}, 2, "validationtimeout takes a number of at least"},
+        {{"prefs", "set", "monitor", "x"}, 2, "can't be set here"},
+        {{"prefs", "get", "nosuch"}, 2, "unknown preference 'nosuch'"},
+        {{"prefs", "get"}, 2, "get takes 1 argument"},
+        // Accepted: the answer names the site, never its file in the store.
+        {{"sites", "add", "www.example.org", "--name", "Org"}, 0, "added 'Org' (www.example.org)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args.join(' ').toStdString());
+        const ChildRun run = trellium(c.args);
+        EXPECT_EQ(run.exitCode, c.exitCode) << run.err.toStdString();
+        EXPECT_TRUE((c.exitCode == 0 ? run.out : run.err).contains(c.said))
+            << run.out.toStdString() << run.err.toStdString();
+        EXPECT_FALSE((run.out + run.err).contains("www-example-org")) << run.out.toStdString();
+    }
+    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_EQ(storedSite("Ex"), before);
+    EXPECT_EQ(trellium({"sites", "list"}).out.count('\n'), 3);
+    EXPECT_EQ(Preferences::knownKeys().size(), trellium({"prefs"}).out.count('\n') + 1); // the monitors aside
+}
+
+// What `prefs set` writes is what the program reads at its next start, in each form; `reset`
+// brings back the initial value.
+TEST(CommandLine, PrefsRoundTrips) {
+    TempHome home;
+    struct Case {
+        const char* key;
+        const char* typed;
+        const char* shown;
+        QVariant loaded; // as the program works with it after a fresh start
+    };
+    const Case cases[] = {
+        {"checkRobots", "NO", "false", false},
+        {"includelastmodinsitemap", "yes", "true", true},
+        {"dontHighlight", "true", "YES", "YES"},
+        {"linkslimit", "500", "500", 500},
+        {"levelslimit", "0", "0", 0},
+        {"KestreliaShowPageTitle", "1", "1", 1},
+        {"Lorrane4xxColourG", "0.25", "0.25", 0.25f},
+        {"userAgentString", "Mozilla/5.0 (X11)", "Mozilla/5.0 (X11)", "Mozilla/5.0 (X11)"},
+        {"validationdelay", "2.5", "2.5", "2.5"},
+        {"soft404Terms", "gone\nmissing", "gone\nmissing", "gone\nmissing"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.key);
+        EXPECT_EQ(trellium({"prefs", "set", c.key, c.typed}).exitCode, 0);
+        const ChildRun got = trellium({"prefs", "get", c.key});
+        EXPECT_EQ(got.exitCode, 0);
+        EXPECT_EQ(got.out, QString(c.shown) + "\n");
+    }
+    Preferences loaded;
+    loaded.load();
+    for (const Case& c : cases)
+        EXPECT_EQ(loaded.value(c.key), c.loaded) << c.key;
+
+    EXPECT_EQ(loaded.value("Lorrane4xxColourR"), 1.0f); // the parts not set keep their values
+
+    for (const char* key : {"linkslimit", "checkRobots", "Lorrane4xxColourG"})
+        EXPECT_EQ(trellium({"prefs", "reset", key}).exitCode, 0);
+    EXPECT_EQ(trellium({"prefs", "get", "Lorrane4xxColourG"}).out, "0.82\n");
+    EXPECT_EQ(trellium({"prefs", "get", "linkslimit"}).out, "200000\n");
+    EXPECT_EQ(trellium({"prefs", "get", "checkRobots"}).out, "true\n");
+    EXPECT_EQ(trellium({"prefs", "get", "levelslimit"}).out, "0\n");
+}
+
+// `crawl --site` runs the stored site's settings and writes its status and date back; flags
+// change that run only, and `crawl --settings` takes a file's settings and leaves the site be.
+TEST(CommandLine, CrawlOfAStoredSiteAndOfASettingsFile) {
+    TempHome home;
+    TestServer server;
+    server.addPage("/site/",
+                   "<html><body><a href=\"a.html\">a</a> <a href=\"/status/404\">x</a></body></html>");
+    server.addPage("/site/a.html", "<html><body><a href=\"b.html\">b</a></body></html>");
+    server.addPage("/site/b.html", "<html><body>b</body></html>");
+    ASSERT_EQ(trellium({"sites", "add", server.url("/site/"), "--name", "S"}).exitCode, 0);
+    ASSERT_EQ(trellium({"sites", "set", "S", "followBlacklist", "a.html"}).exitCode, 0);
+    const QVariantMap stored = storedSite("S");
+    ASSERT_FALSE(stored.contains("dateStamp"));
+    QVariantMap singlePage = stored;
+    singlePage.insert("followBlacklist", "");
+    singlePage.insert("followCheckbox", "YES");
+    const QString file = home.path() + "/single.lcsettings";
+    ASSERT_TRUE(Plist::writeFile(file, singlePage));
+
+    struct Case {
+        const char* name;
+        QStringList args;
+        const char* statusLine;
+        bool bRead;             // whether a.html was followed to b.html
+        const char* siteStatus; // the stored site's status afterwards
+    };
+    const Case cases[] = {
+        {"stored rules",
+         {"--site", "S"},
+         "3 of 3 links checked, 1 bad",
+         false,
+         "3 of 3 links checked, 1 bad"},
+        {"flags override",
+         {"--site", "S", "--do-not-follow", "zzz", "--timeout", "7", "--threads", "2"},
+         "4 of 4 links checked, 1 bad",
+         true,
+         "4 of 4 links checked, 1 bad"},
+        {"settings file",
+         {"--settings", "~/single.lcsettings"},
+         "3 of 3 links checked, 1 bad",
+         false,
+         "4 of 4 links checked, 1 bad"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        server.resetRecords();
+        const ChildRun run = trellium(QStringList{"crawl"} + c.args);
+        EXPECT_EQ(run.exitCode, 1) << run.err.toStdString();
+        EXPECT_TRUE(run.out.endsWith(QString(c.statusLine) + "\n")) << run.out.toStdString();
+        EXPECT_EQ(server.requestsFor("/site/b.html").isEmpty(), !c.bRead);
+        const QVariantMap site = storedSite("S");
+        EXPECT_EQ(site.value("status").toString(), c.siteStatus);
+        EXPECT_FALSE(site.value("dateStamp").toString().isEmpty());
+        EXPECT_EQ(withoutLastResult(site), stored);
+    }
+    EXPECT_EQ(Plist::readFile(file), singlePage);
+}
