@@ -105,6 +105,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
          2,
          "cannot open " + homePath + "/missing.lcsettings"},
         {{"crawl", "--settings", notPlist}, 2, "cannot open " + notPlist + ": not a settings file"},
+        {{"run", "~/missing.lcsettings"}, 2, "cannot open " + homePath + "/missing.lcsettings: no such file"},
         {{"crawl", "~/nowhere"}, 2, homePath + "/nowhere: No such file or directory"},
         {{"crawl", start, "--json", "~/missing/out.jsonl"},
          2,

@@ -1,3 +1,4 @@
+#include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
 #include "parsing/KestParser.h"
 #include "parsing/TextEncodings.h"
@@ -86,7 +87,7 @@ bool readOptions(const QStringList& args, ParseOptions& out) {
         std::fputs("trellium parse: give one file or URL (see --help)\n", stderr);
         return false;
     }
-    out.source = positional[0];
+    out.source = CliInput::expandTilde(positional[0]);
     out.images = parser.isSet("images");
     out.trim = parser.isSet("trim");
     out.verbose = parser.isSet("verbose");

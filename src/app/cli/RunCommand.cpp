@@ -1,5 +1,6 @@
 #include "app/TerminalUserInterface.h"
 #include "app/UnattendedRun.h"
+#include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
 
 #include <cstdio>
@@ -29,7 +30,7 @@ int runRunCommand(const QStringList& args) {
     }
     TerminalUserInterface ui;
     UnattendedRun run(ui);
-    const int status = run.run(args[0]);
+    const int status = run.run(CliInput::expandTilde(args[0]));
     ui.finishProgressLine();
     if (!run.getWarning().isEmpty())
         std::fprintf(stderr, "trellium run: %s\n", qPrintable(run.getWarning()));
