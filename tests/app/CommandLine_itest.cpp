@@ -123,6 +123,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
         {{"prefs", "get"}, 2, "get takes 1 argument"},
         // Accepted: the answer names the site, never its file in the store.
         {{"sites", "add", "www.example.org", "--name", "Org"}, 0, "added 'Org' (www.example.org)"},
+        {{"sites", "add", "~", "--name", "Home"}, 0, "added 'Home' (file://" + homePath + "/)"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.args.join(' ').toStdString());
@@ -134,7 +135,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     }
     EXPECT_TRUE(server.requests().isEmpty());
     EXPECT_EQ(storedSite("Ex"), before);
-    EXPECT_EQ(trellium({"sites", "list"}).out.count('\n'), 3);
+    EXPECT_EQ(trellium({"sites", "list"}).out.count('\n'), 4);
     EXPECT_EQ(Preferences::knownKeys().size(), trellium({"prefs"}).out.count('\n') + 1); // the monitors aside
 }
 
