@@ -1,27 +1,28 @@
 #include "app/TerminalUserInterface.h"
 #include "app/cli/Commands.h"
+#include "app/cli/CrawlOutput.h"
+#include "app/cli/Interruption.h"
+#include "app/cli/RecordFeed.h"
 #include "app/cli/ReportOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
-#include "views/RecordJson.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QFile>
+#include <QDateTime>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QUrl>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 namespace {
 
 struct CrawlOptions {
     QString start;
     QString jsonPath;
+    OutputOptions output;
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
@@ -59,13 +60,14 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
          "TEXT"},
     });
     addReportOptions(parser);
+    addOutputOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(parser.errorText()));
         return false;
     }
-    if (parser.isSet("help")) {
+    if (parser.isSet("help") || parser.isSet("help-all")) {
         std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
                                                         "Usage: trellium crawl")),
                    stdout);
@@ -160,25 +162,10 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         preferences.setValue("soft404Terms", parser.values("soft-404-term").join("\n"));
     out.jsonPath = parser.value("json");
     QString reportError;
-    if (!checkReportOptions(parser, &reportError)) {
+    if (!checkReportOptions(parser, &reportError) ||
+        !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
         return false;
-    }
-    return true;
-}
-
-bool writeJsonLines(const LinkCheckerHub& hub, const QString& path) {
-    QFile file;
-    const bool toStdout = path == "-";
-    if (toStdout ? !file.open(stdout, QIODevice::WriteOnly)
-                 : (file.setFileName(path), !file.open(QIODevice::WriteOnly))) {
-        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(path),
-                     qPrintable(file.errorString()));
-        return false;
-    }
-    for (qsizetype i = 0; i < hub.count(); ++i) {
-        file.write(QJsonDocument(recordToJson(*hub.getnthofAllItems(i))).toJson(QJsonDocument::Compact));
-        file.write("\n");
     }
     return true;
 }
@@ -198,30 +185,66 @@ int runCrawlCommand(const QStringList& args) {
         return 2;
 
     TerminalUserInterface ui;
+    ui.setProgressShown(!options.output.quiet);
     LinkCheckerHub hub(config, preferences, ui);
+    RecordFeed feed(ui, options.output.verbose);
+    QString why;
+    if (!options.jsonPath.isEmpty() && !feed.openJson(options.jsonPath, &why)) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+                     qPrintable(why));
+        return 2;
+    }
+    if (feed.wanted())
+        hub.onRecordChecked = [&feed](const LinkCheckerUrlPtr& record) { feed.recordChecked(*record); };
     bool finished = false;
     ui.onResults = [&](int) {
         finished = true;
         QCoreApplication::quit();
     };
+    // A signal stops the crawl as Pause does and closes it with what it has.
+    Interruption interruption;
+    interruption.onSignal = [&](int) {
+        if (!hub.isCrawlFinished()) {
+            hub.stop();
+            hub.isFinished();
+        }
+        QCoreApplication::quit();
+    };
+    const QDateTime started = QDateTime::currentDateTime();
     hub.setActionWhenFinished(1);
     hub.go("Go");
-    if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle)
+    if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle) {
+        std::fprintf(stderr, "trellium crawl: could not start from %s\n", qPrintable(options.start));
         return 2;
+    }
     if (!finished)
         QCoreApplication::exec();
+    ui.finishProgressLine();
 
-    if (!options.jsonPath.isEmpty() && !writeJsonLines(hub, options.jsonPath))
-        return 2;
-    if (const int status = writeRequestedReports(parser, hub, preferences))
-        return status;
-    if (isatty(STDOUT_FILENO) && options.jsonPath != "-")
-        printBadLinksTable(hub, stdout);
-    // The closing status line goes where it does not mix with records written to standard output.
-    std::fprintf(options.jsonPath == "-" ? stderr : stdout, "%s\n", qPrintable(config.getStatus()));
+    bool filesFailed = false;
+    if (!feed.finish(hub, &why)) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+                     qPrintable(why));
+        filesFailed = true;
+    }
+    filesFailed |= writeRequestedReports(parser, hub, preferences) != 0;
+    CrawlSummary summary = summarizeCrawl(hub, preferences);
+    summary.statusLine = config.getStatus();
+    summary.started = started;
+    summary.seconds = started.msecsTo(QDateTime::currentDateTime()) / 1000.0;
+    summary.interruptedBy = Interruption::received();
+    summary.exitStatus = exitStatusOf(summary, filesFailed);
+    // Records or a machine-readable result own standard output; the lines for people then go to
+    // standard error.
+    const bool textResult = options.output.format == OutputOptions::Format::Text;
+    FILE* people = textResult && options.jsonPath != "-" ? stdout : stderr;
+    std::fputs(formatResult(summary, options.output.format).constData(), textResult ? people : stdout);
+    for (const QString& note : closingNotes(summary))
+        std::fprintf(people, "%s\n", qPrintable(note));
+    std::fprintf(people, "%s\n", qPrintable(summary.statusLine));
     // Everything is written. Freeing hundreds of thousands of records one by one, and waiting
     // for a flat report nobody asked for, would take longer than the system takes to drop them.
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(hub.countBadCollection() > 0 ? 1 : 0);
+    std::_Exit(summary.exitStatus);
 }
