@@ -214,7 +214,9 @@ int runCrawlCommand(const QStringList& args) {
     hub.setActionWhenFinished(1);
     hub.go("Go");
     if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle) {
-        std::fprintf(stderr, "trellium crawl: could not start from %s\n", qPrintable(options.start));
+        const QUrl start(options.start);
+        std::fprintf(stderr, "trellium crawl: could not start from %s\n",
+                     qPrintable(start.isLocalFile() ? start.toLocalFile() : options.start));
         return 2;
     }
     if (!finished)
