@@ -305,3 +305,23 @@ TEST(CrawlCommand, ProgressEscapesOnlyWhereUnderstood) {
         EXPECT_EQ(shown.contains("\r\033[K"), c.escapes) << shown.constData();
     }
 }
+
+// While the start is still being read (a synchronous fetch, with no event loop to hear the
+// first signal), a second Ctrl-C ends the process at once.
+TEST(CrawlCommand, SecondInterruptQuitsAtOnce) {
+    TempHome home;
+    const QString slowStart = "/slow?ms=15000";
+    QProcess process;
+    process.start(TRELLIUM_PROGRAM, {"crawl", site().url(slowStart)});
+    ASSERT_TRUE(process.waitForStarted());
+    QDeadlineTimer deadline(10000);
+    while (!deadline.hasExpired() && site().requestsFor(slowStart).isEmpty())
+        QThread::msleep(20);
+    ASSERT_FALSE(site().requestsFor(slowStart).isEmpty());
+    ::kill(pid_t(process.processId()), SIGINT);
+    QThread::msleep(100);
+    ::kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(3000)) << "the second signal did not end the process";
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 130);
+}
