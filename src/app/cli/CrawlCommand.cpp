@@ -230,23 +230,11 @@ int runCrawlCommand(const QStringList& args) {
         filesFailed = true;
     }
     filesFailed |= writeRequestedReports(parser, hub, preferences) != 0;
-    CrawlSummary summary = summarizeCrawl(hub, preferences);
-    summary.statusLine = config.getStatus();
-    summary.started = started;
-    summary.seconds = started.msecsTo(QDateTime::currentDateTime()) / 1000.0;
-    summary.interruptedBy = Interruption::received();
-    summary.exitStatus = exitStatusOf(summary, filesFailed);
-    // Records or a machine-readable result own standard output; the lines for people then go to
-    // standard error.
-    const bool textResult = options.output.format == OutputOptions::Format::Text;
-    FILE* people = textResult && options.jsonPath != "-" ? stdout : stderr;
-    std::fputs(formatResult(summary, options.output.format).constData(), textResult ? people : stdout);
-    for (const QString& note : closingNotes(summary))
-        std::fprintf(people, "%s\n", qPrintable(note));
-    std::fprintf(people, "%s\n", qPrintable(summary.statusLine));
+    const int status = printCrawlResult(hub, preferences, config.getStatus(), started, filesFailed,
+                                        options.output, options.jsonPath == "-");
     // Everything is written. Freeing hundreds of thousands of records one by one, and waiting
     // for a flat report nobody asked for, would take longer than the system takes to drop them.
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(summary.exitStatus);
+    std::_Exit(status);
 }

@@ -1,7 +1,9 @@
 #include "app/cli/CrawlOutput.h"
 
+#include "app/cli/Interruption.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "crawl/LinkCheckerUrl.h"
 #include "views/RecordJson.h"
 
 #include <QCommandLineParser>
@@ -10,6 +12,8 @@
 #include <QJsonObject>
 #include <QXmlStreamWriter>
 #include <csignal>
+#include <cstdio>
+#include <optional>
 
 namespace {
 
@@ -20,6 +24,99 @@ constexpr int markdownRowLimit = 1000;
 
 QString signalName(int signal) {
     return signal == SIGINT ? "SIGINT" : signal == SIGTERM ? "SIGTERM" : QString("signal %1").arg(signal);
+}
+
+// A limit of the preferences that kept part of the site out of the crawl.
+struct CrawlLimit {
+    QString name; // "levels" or "links"
+    int value = 0;
+    QString message;
+};
+
+// The end of a crawl, as every format tells it.
+struct CrawlSummary {
+    QString start;
+    QString statusLine;
+    QDateTime started;
+    double seconds = 0;
+    qint64 links = 0, checked = 0, bad = 0, exempt = 0;
+    std::optional<CrawlLimit> limit;
+    // Why the start could not be reached at all; empty when it answered.
+    QString startFailure;
+    int interruptedBy = 0; // the signal that stopped the crawl, 0 for none
+    int exitStatus = 0;
+    QList<LinkCheckerUrlPtr> records; // every record, in the order found
+};
+
+// The limit that cut this crawl short; the links limit first, as reaching it also stops all
+// further reading of pages.
+std::optional<CrawlLimit> limitThatCut(const LinkCheckerHub& hub, const Preferences& preferences) {
+    // The collection refuses records beyond the limit, and pages are no longer read from then on.
+    const int links = preferences.intValue(QStringLiteral("linkslimit"));
+    if (hub.count() >= links)
+        return CrawlLimit{
+            "links", links,
+            QString("stopped at the links limit of %1: links beyond that were not checked").arg(links)};
+    // A page that answered and would have been read, but lies deeper than the limit.
+    const int levels = preferences.intValue(QStringLiteral("levelslimit"));
+    for (qsizetype i = 0; i < hub.count(); ++i) {
+        const LinkCheckerUrl& record = *hub.getnthofAllItems(i);
+        if (record.getDistanceFromHome() > levels && record.isInternal() && record.getIsHTML() &&
+            !record.isBlacklisted() && LinkCheckerUrl::firstDigit(record.getStatus()) == 2) {
+            return CrawlLimit{
+                "levels", levels,
+                QString("stopped at the levels limit of %1: pages deeper than that were not read")
+                    .arg(levels)};
+        }
+    }
+    return std::nullopt;
+}
+
+CrawlSummary summarizeCrawl(LinkCheckerHub& hub, const Preferences& preferences) {
+    CrawlSummary summary;
+    summary.start = hub.getStartingUrl();
+    summary.links = hub.count();
+    summary.bad = hub.countBadCollection();
+    for (qsizetype i = 0; i < hub.count(); ++i) {
+        const LinkCheckerUrlPtr record = hub.getnthofAllItems(i);
+        summary.records.append(record);
+        summary.checked += !record->getStatus().isEmpty();
+        summary.exempt += record->isExempt();
+    }
+    summary.limit = limitThatCut(hub, preferences);
+    // A start that gave no answer at all: no connection, no such host, a time-out.
+    if (!summary.records.isEmpty()) {
+        const LinkCheckerUrl& first = *summary.records.first();
+        if (!first.getStatus().isEmpty() && statusCode(first.getStatus()) == 0 && !first.isExempt())
+            summary.startFailure =
+                QString("could not reach %1: %2").arg(first.getActualLinkUrl(), first.getStatus());
+    }
+    return summary;
+}
+
+// 128 + the signal after an interruption; 2 when the start was not reached or a file could not
+// be written; 1 with bad links; else 0.
+int exitStatusOf(const CrawlSummary& summary, bool filesFailed) {
+    if (summary.interruptedBy)
+        return 128 + summary.interruptedBy;
+    if (!summary.startFailure.isEmpty() || filesFailed)
+        return 2;
+    return summary.bad > 0 ? 1 : 0;
+}
+
+// The lines said after the result: the interruption, the limit, the start that was not reached.
+QStringList closingNotes(const CrawlSummary& summary) {
+    QStringList notes;
+    if (summary.interruptedBy)
+        notes.append(QString("stopped by %1: %2 of %3 links were not reached")
+                         .arg(signalName(summary.interruptedBy))
+                         .arg(summary.links - summary.checked)
+                         .arg(summary.links));
+    if (summary.limit)
+        notes.append(summary.limit->message);
+    if (!summary.startFailure.isEmpty())
+        notes.append(summary.startFailure);
+    return notes;
 }
 
 // One row per place a bad link stands: status, link, the page it is on ("" for the start,
@@ -211,6 +308,20 @@ QByteArray junitResult(const CrawlSummary& summary) {
     return xml;
 }
 
+QByteArray formatResult(const CrawlSummary& summary, OutputOptions::Format format) {
+    switch (format) {
+    case OutputOptions::Format::Json:
+        return jsonResult(summary);
+    case OutputOptions::Format::Markdown:
+        return markdownResult(summary);
+    case OutputOptions::Format::JUnit:
+        return junitResult(summary);
+    case OutputOptions::Format::Text:
+        break;
+    }
+    return textResult(summary);
+}
+
 } // namespace
 
 void addOutputOptions(QCommandLineParser& parser) {
@@ -249,84 +360,22 @@ bool readOutputOptions(const QCommandLineParser& parser, bool jsonToStdout, Outp
     return true;
 }
 
-QList<CrawlLimit> limitsReached(const LinkCheckerHub& hub, const Preferences& preferences) {
-    QList<CrawlLimit> limits;
-    // The collection refuses records beyond the limit, and pages are no longer read from then on.
-    const int links = preferences.intValue(QStringLiteral("linkslimit"));
-    if (hub.count() >= links)
-        limits.append(
-            {"links", links,
-             QString("stopped at the links limit of %1: links beyond that were not checked").arg(links)});
-    // A page that answered and would have been read, but lies deeper than the limit.
-    const int levels = preferences.intValue(QStringLiteral("levelslimit"));
-    for (qsizetype i = 0; i < hub.count(); ++i) {
-        const LinkCheckerUrl& record = *hub.getnthofAllItems(i);
-        if (record.getDistanceFromHome() > levels && record.isInternal() && record.getIsHTML() &&
-            !record.isBlacklisted() && LinkCheckerUrl::firstDigit(record.getStatus()) == 2) {
-            limits.append({"levels", levels,
-                           QString("stopped at the levels limit of %1: pages deeper than that were not read")
-                               .arg(levels)});
-            break;
-        }
-    }
-    return limits;
-}
-
-CrawlSummary summarizeCrawl(LinkCheckerHub& hub, const Preferences& preferences) {
-    CrawlSummary summary;
-    summary.start = hub.getStartingUrl();
-    summary.links = hub.count();
-    summary.bad = hub.countBadCollection();
-    for (qsizetype i = 0; i < hub.count(); ++i) {
-        const LinkCheckerUrlPtr record = hub.getnthofAllItems(i);
-        summary.records.append(record);
-        summary.checked += !record->getStatus().isEmpty();
-        summary.exempt += record->isExempt();
-    }
-    if (const QList<CrawlLimit> limits = limitsReached(hub, preferences); !limits.isEmpty())
-        summary.limit = limits.first();
-    // A start that gave no answer at all: no connection, no such host, a time-out.
-    if (!summary.records.isEmpty()) {
-        const LinkCheckerUrl& first = *summary.records.first();
-        if (!first.getStatus().isEmpty() && statusCode(first.getStatus()) == 0 && !first.isExempt())
-            summary.startFailure =
-                QString("could not reach %1: %2").arg(first.getActualLinkUrl(), first.getStatus());
-    }
-    return summary;
-}
-
-int exitStatusOf(const CrawlSummary& summary, bool filesFailed) {
-    if (summary.interruptedBy)
-        return 128 + summary.interruptedBy;
-    if (!summary.startFailure.isEmpty() || filesFailed)
-        return 2;
-    return summary.bad > 0 ? 1 : 0;
-}
-
-QStringList closingNotes(const CrawlSummary& summary) {
-    QStringList notes;
-    if (summary.interruptedBy)
-        notes.append(QString("stopped by %1: %2 of %3 links were not reached")
-                         .arg(signalName(summary.interruptedBy))
-                         .arg(summary.links - summary.checked)
-                         .arg(summary.links));
-    if (summary.limit)
-        notes.append(summary.limit->message);
-    if (!summary.startFailure.isEmpty())
-        notes.append(summary.startFailure);
-    return notes;
-}
-
-QByteArray formatResult(const CrawlSummary& summary, OutputOptions::Format format) {
-    switch (format) {
-    case OutputOptions::Format::Json:
-        return jsonResult(summary);
-    case OutputOptions::Format::Markdown:
-        return markdownResult(summary);
-    case OutputOptions::Format::JUnit:
-        return junitResult(summary);
-    case OutputOptions::Format::Text:
-        break;
-    }
-    return textResult(summary);
+int printCrawlResult(LinkCheckerHub& hub, const Preferences& preferences, const QString& statusLine,
+                     const QDateTime& started, bool filesFailed, const OutputOptions& output,
+                     bool jsonToStdout) {
+    CrawlSummary summary = summarizeCrawl(hub, preferences);
+    summary.statusLine = statusLine;
+    summary.started = started;
+    summary.seconds = started.msecsTo(QDateTime::currentDateTime()) / 1000.0;
+    summary.interruptedBy = Interruption::received();
+    summary.exitStatus = exitStatusOf(summary, filesFailed);
+    // Records or a machine-readable result own standard output; the lines for people then go to
+    // standard error.
+    const bool text = output.format == OutputOptions::Format::Text;
+    FILE* people = text && !jsonToStdout ? stdout : stderr;
+    std::fputs(formatResult(summary, output.format).constData(), text ? people : stdout);
+    for (const QString& note : closingNotes(summary))
+        std::fprintf(people, "%s\n", qPrintable(note));
+    std::fprintf(people, "%s\n", qPrintable(summary.statusLine));
+    return summary.exitStatus;
 }

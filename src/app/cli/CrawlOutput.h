@@ -1,12 +1,7 @@
 #pragma once
 
-#include "crawl/LinkCheckerUrl.h"
-
-#include <QByteArray>
 #include <QDateTime>
-#include <QList>
 #include <QString>
-#include <optional>
 
 class LinkCheckerHub;
 class Preferences;
@@ -26,34 +21,8 @@ void addOutputOptions(QCommandLineParser& parser);
 bool readOutputOptions(const QCommandLineParser& parser, bool jsonToStdout, OutputOptions& out,
                        QString* error);
 
-// A limit of the preferences that kept part of the site out of the crawl.
-struct CrawlLimit {
-    QString name; // "levels" or "links"
-    int value = 0;
-    QString message;
-};
-
-// The end of a crawl, as every format tells it.
-struct CrawlSummary {
-    QString start;
-    QString statusLine;
-    QDateTime started;
-    double seconds = 0;
-    qint64 links = 0, checked = 0, bad = 0, exempt = 0;
-    std::optional<CrawlLimit> limit;
-    // Why the start could not be reached at all; empty when it answered.
-    QString startFailure;
-    int interruptedBy = 0; // the signal that stopped the crawl, 0 for none
-    int exitStatus = 0;
-    QList<LinkCheckerUrlPtr> records; // every record, in the order found
-};
-
-// The limits that cut this crawl short, the links limit first.
-QList<CrawlLimit> limitsReached(const LinkCheckerHub& hub, const Preferences& preferences);
-CrawlSummary summarizeCrawl(LinkCheckerHub& hub, const Preferences& preferences);
-// 128 + the signal after an interruption; 2 when the start was not reached or a file could not
-// be written; 1 with bad links; else 0.
-int exitStatusOf(const CrawlSummary& summary, bool filesFailed);
-// The lines said after the result: the limit, the start that was not reached, the interruption.
-QStringList closingNotes(const CrawlSummary& summary);
-QByteArray formatResult(const CrawlSummary& summary, OutputOptions::Format format);
+// The end of `trellium crawl`: the result in its format, the notes and the status line, each
+// where it belongs. Returns the exit status.
+int printCrawlResult(LinkCheckerHub& hub, const Preferences& preferences, const QString& statusLine,
+                     const QDateTime& started, bool filesFailed, const OutputOptions& output,
+                     bool jsonToStdout);
