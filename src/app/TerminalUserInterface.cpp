@@ -1,9 +1,22 @@
 #include "app/TerminalUserInterface.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
-TerminalUserInterface::TerminalUserInterface() : interactive(isatty(STDERR_FILENO)) {
+namespace {
+
+// The line is redrawn in place only on a terminal that understands the escapes: not into a
+// file or pipe, and not on TERM=dumb (Emacs shells, some CI logs) or with no TERM at all.
+bool redrawsInPlace() {
+    const char* term = std::getenv("TERM");
+    return isatty(STDERR_FILENO) && term && *term && std::strcmp(term, "dumb") != 0;
+}
+
+} // namespace
+
+TerminalUserInterface::TerminalUserInterface() : interactive(redrawsInPlace()) {
     sinceLastLine.start();
 }
 
@@ -24,7 +37,7 @@ QString TerminalUserInterface::chooseOpenFile(const QString&) {
 // On a terminal the line is redrawn a few times a second; into a file or pipe a line every
 // few seconds is enough to show that work goes on.
 void TerminalUserInterface::progress(qint64 done, qint64 total, const QString& line) {
-    if (total <= 0 || line.isEmpty())
+    if (!progressShown || total <= 0 || line.isEmpty())
         return;
     const bool last = done >= total;
     if (line == lastLine || (!last && sinceLastLine.elapsed() < (interactive ? 250 : 3000)))
@@ -38,6 +51,15 @@ void TerminalUserInterface::progress(qint64 done, qint64 total, const QString& l
         std::fprintf(stderr, "%s\n", qPrintable(line));
     }
     std::fflush(stderr);
+}
+
+void TerminalUserInterface::printLine(const QString& text) {
+    if (lineOpen)
+        std::fputs("\r\033[K", stderr);
+    lineOpen = false;
+    // The progress line comes back with the next count, even if that count is the same.
+    lastLine.clear();
+    std::fprintf(stderr, "%s\n", qPrintable(text));
 }
 
 void TerminalUserInterface::finishProgressLine() {

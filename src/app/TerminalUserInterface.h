@@ -23,9 +23,14 @@ class TerminalUserInterface : public UserInterface {
     bool crawlDidntStart() const { return didntGetOffGround; }
     // Ends the progress line so that what follows starts on a fresh one.
     void finishProgressLine();
+    // A line of its own on standard error, in place of the progress line while that is drawn.
+    void printLine(const QString& text);
+    // Off: no progress at all, for runs that want only the result.
+    void setProgressShown(bool shown) { progressShown = shown; }
 
   private:
     bool interactive;
+    bool progressShown = true;
     bool lineOpen = false;
     bool didntGetOffGround = false;
     QElapsedTimer sinceLastLine;

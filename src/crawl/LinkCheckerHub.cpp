@@ -182,6 +182,8 @@ void LinkCheckerHub::incNumberDone(const LinkCheckerUrlPtr& record) {
     }
     if (numberDone <= quint64(count()))
         showProgress();
+    if (onRecordChecked)
+        postToCrawl([this, record] { onRecordChecked(record); });
 }
 
 QString LinkCheckerHub::progressLine() const {

@@ -111,6 +111,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // Queues a call for the next pass of the event loop. A call queued during one crawl is
     // dropped if a new crawl has started by the time it runs.
     void postToCrawl(std::function<void()> call);
+    // Told of each record that has its status, one event-loop pass later, so that a page's own
+    // facts are read by then. For a command line that reports records as they finish.
+    std::function<void(const LinkCheckerUrlPtr&)> onRecordChecked;
 
     // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);

@@ -168,6 +168,8 @@ class LinkCheckerUrl : public KestDataObject,
     const std::optional<QString>& getTargetLastModified() const { return targetLastModified; }
     void setSentRequest();
     bool hasSentRequest() const { return sentRequest.has_value(); }
+    // When the request went out, in UTC; nothing for a record never sent.
+    const std::optional<QDateTime>& getSentRequest() const { return sentRequest; }
 
     bool getIsHTML() const { return isHTML; }
     void setIsHTML(bool v) { isHTML = v; }

@@ -1,6 +1,19 @@
 #include "views/RecordJson.h"
 
+#include <QDateTime>
 #include <QJsonArray>
+
+int statusCode(const QString& status) {
+    qsizetype digits = 0;
+    while (digits < status.size() && status[digits].isDigit())
+        ++digits;
+    return digits == 0 ? 0 : status.left(digits).toInt();
+}
+
+QString isoTimeWithZone(const QDateTime& time) {
+    const QDateTime local = time.toLocalTime();
+    return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODateWithMs);
+}
 
 QJsonObject recordToJson(const LinkCheckerUrl& record) {
     QJsonArray onPages;
@@ -15,6 +28,7 @@ QJsonObject recordToJson(const LinkCheckerUrl& record) {
                        {"actualUrl", record.getActualLinkUrl()},
                        {"redir", record.getRedir()},
                        {"status", record.getStatus()},
+                       {"code", statusCode(record.getStatus())},
                        {"colour", record.getColour()},
                        {"good", record.isGoodLink()},
                        {"exempt", record.isExempt()},
@@ -29,6 +43,9 @@ QJsonObject recordToJson(const LinkCheckerUrl& record) {
                        {"responseTime", record.getResponseTime()},
                        {"redirects", record.getNumberOfRedirects()},
                        {"timestamp", record.getTimestamp()},
+                       {"time", record.getSentRequest()
+                                    ? QJsonValue(isoTimeWithZone(*record.getSentRequest()))
+                                    : QJsonValue()},
                        {"description", record.getMetaDescription()},
                        {"keywords", record.getKeywords()},
                        {"headings", record.getHeadings()},

@@ -22,7 +22,7 @@ struct ChildRun {
 // The child inherits HOME and the XDG folders that TempHome has set.
 ChildRun trellium(const QStringList& args) {
     QProcess process;
-    process.start(TRELLIUM_CLI_PATH, args);
+    process.start(TRELLIUM_PROGRAM, args);
     process.closeWriteChannel();
     ChildRun run;
     if (!process.waitForFinished(20000)) {

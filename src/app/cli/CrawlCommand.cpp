@@ -1,29 +1,30 @@
 #include "app/TerminalUserInterface.h"
 #include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
+#include "app/cli/CrawlOutput.h"
+#include "app/cli/Interruption.h"
+#include "app/cli/RecordFeed.h"
 #include "app/cli/ReportOptions.h"
 #include "app/cli/SiteOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
-#include "views/RecordJson.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QFile>
+#include <QDateTime>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QUrl>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 namespace {
 
 struct CrawlOptions {
     QString start;
     QString jsonPath;
+    OutputOptions output;
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
@@ -62,13 +63,14 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     });
     addReportOptions(parser);
     addSiteOptions(parser);
+    addOutputOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(parser.errorText()));
         return false;
     }
-    if (parser.isSet("help")) {
+    if (parser.isSet("help") || parser.isSet("help-all")) {
         std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
                                                         "Usage: trellium crawl")),
                    stdout);
@@ -172,25 +174,10 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         return false;
     }
     QString reportError;
-    if (!checkReportOptions(parser, &reportError)) {
+    if (!checkReportOptions(parser, &reportError) ||
+        !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
         return false;
-    }
-    return true;
-}
-
-bool writeJsonLines(const LinkCheckerHub& hub, const QString& path) {
-    QFile file;
-    const bool toStdout = path == "-";
-    if (toStdout ? !file.open(stdout, QIODevice::WriteOnly)
-                 : (file.setFileName(path), !file.open(QIODevice::WriteOnly))) {
-        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(path),
-                     qPrintable(file.errorString()));
-        return false;
-    }
-    for (qsizetype i = 0; i < hub.count(); ++i) {
-        file.write(QJsonDocument(recordToJson(*hub.getnthofAllItems(i))).toJson(QJsonDocument::Compact));
-        file.write("\n");
     }
     return true;
 }
@@ -210,30 +197,56 @@ int runCrawlCommand(const QStringList& args) {
         return 2;
 
     TerminalUserInterface ui;
+    ui.setProgressShown(!options.output.quiet);
     LinkCheckerHub hub(config, preferences, ui);
+    RecordFeed feed(ui, options.output.verbose);
+    QString why;
+    if (!options.jsonPath.isEmpty() && !feed.openJson(options.jsonPath, &why)) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+                     qPrintable(why));
+        return 2;
+    }
+    if (feed.wanted())
+        hub.onRecordChecked = [&feed](const LinkCheckerUrlPtr& record) { feed.recordChecked(*record); };
     bool finished = false;
     ui.onResults = [&](int) {
         finished = true;
         QCoreApplication::quit();
     };
+    // A signal stops the crawl as Pause does and closes it with what it has.
+    Interruption interruption;
+    interruption.onSignal = [&](int) {
+        if (!hub.isCrawlFinished()) {
+            hub.stop();
+            hub.isFinished();
+        }
+        QCoreApplication::quit();
+    };
+    const QDateTime started = QDateTime::currentDateTime();
     hub.setActionWhenFinished(1);
     hub.go("Go");
-    if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle)
+    if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle) {
+        const QUrl start(options.start);
+        std::fprintf(stderr, "trellium crawl: could not start from %s\n",
+                     qPrintable(start.isLocalFile() ? start.toLocalFile() : options.start));
         return 2;
+    }
     if (!finished)
         QCoreApplication::exec();
+    ui.finishProgressLine();
 
-    if (!options.jsonPath.isEmpty() && !writeJsonLines(hub, options.jsonPath))
-        return 2;
-    if (const int status = writeRequestedReports(parser, hub, preferences))
-        return status;
-    if (isatty(STDOUT_FILENO) && options.jsonPath != "-")
-        printBadLinksTable(hub, stdout);
-    // The closing status line goes where it does not mix with records written to standard output.
-    std::fprintf(options.jsonPath == "-" ? stderr : stdout, "%s\n", qPrintable(config.getStatus()));
+    bool filesFailed = false;
+    if (!feed.finish(hub, &why)) {
+        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+                     qPrintable(why));
+        filesFailed = true;
+    }
+    filesFailed |= writeRequestedReports(parser, hub, preferences) != 0;
+    const int status = printCrawlResult(hub, preferences, config.getStatus(), started, filesFailed,
+                                        options.output, options.jsonPath == "-");
     // Everything is written. Freeing hundreds of thousands of records one by one, and waiting
     // for a flat report nobody asked for, would take longer than the system takes to drop them.
     std::fflush(stdout);
     std::fflush(stderr);
-    std::_Exit(hub.countBadCollection() > 0 ? 1 : 0);
+    std::_Exit(status);
 }

@@ -76,7 +76,7 @@ bool readOptions(const QStringList& args, ParseOptions& out) {
         std::fprintf(stderr, "trellium parse: %s\n", qPrintable(parser.errorText()));
         return false;
     }
-    if (parser.isSet("help")) {
+    if (parser.isSet("help") || parser.isSet("help-all")) {
         std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
                                                         "Usage: trellium parse")),
                    stdout);

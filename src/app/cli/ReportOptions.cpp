@@ -9,6 +9,7 @@
 #include "views/TableExport.h"
 
 #include <QCommandLineParser>
+#include <cstdio>
 
 namespace {
 
@@ -106,20 +107,4 @@ int writeRequestedReports(const QCommandLineParser& parser, LinkCheckerHub& hub,
         }
     }
     return 0;
-}
-
-void printBadLinksTable(LinkCheckerHub& hub, FILE* out) {
-    KestReportDataSource& report = hub.getReportDataSource();
-    report.waitForReport();
-    const auto& bad = report.getBadCollection();
-    if (bad.empty())
-        return;
-    std::fprintf(out, "\nBad links (%zu):\n", bad.size());
-    int statusWidth = 6;
-    for (const auto& row : bad)
-        statusWidth = std::max(statusWidth, int(std::min<qsizetype>(row->getStatus().size(), 32)));
-    std::fprintf(out, "  %-*s  %s\n", statusWidth, "STATUS", "URL  <-  ON PAGE");
-    for (const auto& row : bad)
-        std::fprintf(out, "  %-*s  %s  <-  %s\n", statusWidth, qPrintable(row->getStatus().left(32)),
-                     qPrintable(row->getLinkUrl()), qPrintable(row->getOnPageUrl()));
 }

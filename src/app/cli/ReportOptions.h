@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <cstdio>
 
 class LinkCheckerHub;
 class Preferences;
@@ -13,5 +12,3 @@ void addReportOptions(QCommandLineParser& parser);
 bool checkReportOptions(const QCommandLineParser& parser, QString* error);
 // Writes the reports asked for once the crawl is over: 0, or 2 when a file cannot be written.
 int writeRequestedReports(const QCommandLineParser& parser, LinkCheckerHub& hub, Preferences& preferences);
-// A short table of the bad links: status, URL and the page each stands on.
-void printBadLinksTable(LinkCheckerHub& hub, FILE* out);

@@ -17,7 +17,8 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
                     "  prefs [SUBCOMMAND]         show and change the global preferences\n"
                     "\n"
-                    "Run 'trellium COMMAND --help' for the options of a command.\n";
+                    "Run 'trellium COMMAND --help' for the options of a command. Every command also\n"
+                    "takes --version. 'man trellium' tells more.\n";
 
 } // namespace
 
@@ -32,6 +33,11 @@ int main(int argc, char** argv) {
     if (args.isEmpty() || args[0] == "--help" || args[0] == "-h") {
         std::fputs(usage, args.isEmpty() ? stderr : stdout);
         return args.isEmpty() ? 2 : 0;
+    }
+    // Any command answers --version, before it looks at its other arguments.
+    if (args[0] == "--version" || (args.size() > 1 && args.mid(1).contains("--version"))) {
+        std::printf("trellium %s\n", TRELLIUM_VERSION);
+        return 0;
     }
     const QString command = args.takeFirst();
     if (command == "crawl")
