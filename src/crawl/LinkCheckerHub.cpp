@@ -258,6 +258,12 @@ void LinkCheckerHub::stop() {
     ui.crawlHasPaused();
 }
 
+void LinkCheckerHub::stopAndFinish() {
+    stop();
+    // With the pause on, the finish closes the crawl whatever is still outstanding.
+    postToCrawl([this] { isFinished(); });
+}
+
 void LinkCheckerHub::continueCrawl() {
     readCrawlSettings();
     stopPressedFlag = false;
@@ -357,6 +363,8 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     UrlRequest request;
     request.url = url;
     request.timeoutInterval = timeout;
+    request.maximumBodySize = settings.maxPageSize;
+    request.maximumTime = settings.maxTime;
     request.httpShouldHandleCookies = false;
     request.setValueForHTTPHeaderField(settings.userAgent.toUtf8(), "User-Agent");
     const QString referer = record->getLastOnPageUrl();
@@ -477,7 +485,12 @@ QSet<QString> LinkCheckerHub::getFileExtensionSet() const {
 }
 
 void LinkCheckerHub::addToLookupWithKey(const LinkCheckerUrlPtr& record, const QString& key) {
-    lookupDictionary.insert(key, record);
+    try {
+        lookupDictionary.insert(key, record);
+    } catch (const std::bad_alloc&) {
+        qInfo().noquote() << QString("**** unable to add %1 to lookup").arg(key);
+        stopAndFinish();
+    }
 }
 
 void LinkCheckerHub::addLinkForPage(const LinkCheckerUrlPtr& record, const QString& page) {
