@@ -10,6 +10,7 @@ struct Body {
     QByteArray bytes;
     qint64 limit = 0;
     bool tooLarge = false;
+    bool outOfMemory = false;
 };
 
 size_t appendBody(char* data, size_t size, size_t count, void* target) {
@@ -19,7 +20,13 @@ size_t appendBody(char* data, size_t size, size_t count, void* target) {
         body->tooLarge = true;
         return 0;
     }
-    body->bytes.append(data, static_cast<qsizetype>(n));
+    try {
+        body->bytes.append(data, static_cast<qsizetype>(n));
+    } catch (const std::bad_alloc&) {
+        // No exception may cross curl's frames.
+        body->outOfMemory = true;
+        return 0;
+    }
     return n;
 }
 
@@ -54,9 +61,11 @@ SyncFetchResult fetchSynchronously(const QString& url, const QString& userAgent,
     const CURLcode code = curl_easy_perform(curl);
     if (body.tooLarge)
         result.error = QStringLiteral("page too large");
+    else if (body.outOfMemory)
+        result.error = QStringLiteral("out of memory for the page");
     else if (code != CURLE_OK)
         result.error = QString::fromUtf8(errorText[0] ? errorText : curl_easy_strerror(code));
-    if (!body.tooLarge)
+    if (!body.tooLarge && !body.outOfMemory)
         result.body = std::move(body.bytes);
 
     long status = 0;

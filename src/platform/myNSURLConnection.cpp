@@ -110,6 +110,7 @@ struct myNSURLConnection::Transfer {
     qint64 bodyBytes = 0; // of this response, as decoded
     bool heldBodyCut = false;
     bool tooLarge = false;
+    bool outOfMemory = false;
     bool done = false;
     CURLcode result = CURLE_OK;
 
@@ -357,7 +358,7 @@ void myNSURLConnection::Transfer::configure() {
     headerList = nullptr;
     statusCode = 0;
     headers.clear();
-    headersComplete = responseDelivered = heldBack = done = heldBodyCut = tooLarge = false;
+    headersComplete = responseDelivered = heldBack = done = heldBodyCut = tooLarge = outOfMemory = false;
     pending.clear();
     bodyBytes = 0;
     errorText[0] = 0;
@@ -478,7 +479,13 @@ size_t myNSURLConnection::Transfer::onBody(char* buffer, size_t size, size_t cou
         t->tooLarge = true;
         return 0;
     }
-    t->pending.append(buffer, qsizetype(n));
+    try {
+        t->pending.append(buffer, qsizetype(n));
+    } catch (const std::bad_alloc&) {
+        // No exception may cross curl's frames: the transfer ends as one that found no room.
+        t->outOfMemory = true;
+        return 0;
+    }
     CurlDriver::instance().markDirty(t);
     return n;
 }
@@ -634,6 +641,8 @@ void myNSURLConnection::Transfer::handleChallenge(const AuthenticationChallenge&
 std::optional<UrlError> myNSURLConnection::Transfer::limitError() const {
     if (tooLarge && result == CURLE_WRITE_ERROR)
         return pageTooLarge();
+    if (outOfMemory && result == CURLE_WRITE_ERROR)
+        return UrlError{-1, "out of memory for the page"};
     // curl refuses a header line longer than it can hold: older versions call it out of
     // memory, newer ones a value too large or a receive error with its own text.
     const bool headerRefused =

@@ -6,6 +6,7 @@
 
 #include "support/QtPrinting.h"
 #include <QFile>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -123,4 +124,24 @@ TEST(HostileServer, StopAndFinishClosesTheCrawlWithItsRecords) {
     // The drip had its headers and keeps their status; its body never ends.
     EXPECT_EQ(crawl.find(server().url("/drip"))->getStatus(), "200 no error");
     EXPECT_EQ(crawl.config.getStatus(), "8 of 8 links checked, 4 bad");
+}
+
+// With no size limit and little memory left, appending a page's body fails: the crawl stops,
+// keeps its records and still finishes, where it used to wait for ever.
+TEST(HostileServer, FailedAppendFinishesTheCrawl) {
+    Crawl crawl(server().url("/big"));
+    crawl.preferences.setValue("TrelliumMaxPageSize", "0");
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &old), 0);
+    const rlimit low{rlim_t(memoryFigure("VmSize") * 1024 + 128 * 1024 * 1024), old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &low), 0);
+    crawl.hub.go();
+    const bool ended = crawl.runToEnd(10000);
+    setrlimit(RLIMIT_AS, &old);
+    ASSERT_TRUE(ended);
+    EXPECT_TRUE(crawl.hub.stopPressed());
+    EXPECT_EQ(crawl.hub.getCrawlState(), LinkCheckerHub::CrawlState::Finished);
+    EXPECT_EQ(crawl.hub.count(), 1);
+    EXPECT_EQ(crawl.first()->getStatus(), "200 no error");
+    EXPECT_EQ(crawl.first()->getData().size(), 0);
 }
