@@ -209,6 +209,7 @@ bool LinkCheckerHub::isFinished() {
         return true;
     const double timeout = config.doubleForKey(u"timeOut"_s);
     quint64 withStatus = 0;
+    bool swept = false;
     for (const ItemPtr& record : collection) {
         if (!record->getStatus().isEmpty()) {
             ++withStatus;
@@ -216,8 +217,13 @@ bool LinkCheckerHub::isFinished() {
             // Silent for too long: the connection itself is left alone.
             record->setStatus("The request timed out.");
             --numberOfThreadsDetached;
+            swept = true;
         }
     }
+    // The records just marked count from the next pass on; it must come even if no request is
+    // left to bring it.
+    if (swept)
+        passSchedulerAfter(0);
     numberDone = withStatus;
     if (numberDone == quint64(count()) && numberOfThreadsDetached < 1) {
         crawlDidStop();
@@ -256,6 +262,17 @@ void LinkCheckerHub::stop() {
     ui.reloadView("links");
     doReport(false);
     ui.crawlHasPaused();
+}
+
+// A pass of the scheduler for records that no callback will ever end. Without it a crawl whose
+// last request could not be made, or whose last silent records the sweep has just marked,
+// would wait for ever.
+void LinkCheckerHub::passSchedulerAfter(double seconds) {
+    const quint64 generation = crawlGeneration;
+    QTimer::singleShot(int(seconds * 1000), this, [this, generation] {
+        if (generation == crawlGeneration && !crawlFinished)
+            getNextUrlToCrawl();
+    });
 }
 
 void LinkCheckerHub::stopAndFinish() {
@@ -415,6 +432,9 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     record->setSentRequest();
     if (!url.isValid() || url.isEmpty()) {
         qInfo().noquote() << QString("connection can't be created to %1").arg(text);
+        // No callback will end this record: the finish's sweep does, once it has been silent
+        // for twice the time-out, so a scheduler pass is due then.
+        passSchedulerAfter(2 * config.doubleForKey(u"timeOut"_s) + 0.5);
         return;
     }
     record->startConnection(request, record->requiresHighlightCallback()

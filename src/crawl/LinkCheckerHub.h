@@ -142,6 +142,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
 
   private:
     void startNewCrawl();
+    void passSchedulerAfter(double seconds);
     bool probeLocalStart(QString& url);
     void closeCrawl();
     void showProgress();

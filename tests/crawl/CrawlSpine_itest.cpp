@@ -350,3 +350,21 @@ TEST(CrawlSpine, StartsThatGoNowhere) {
     EXPECT_EQ(hopeless.ui.alerts.value(0).second, "Trellium can not make a valid url from\nhttp://[::1/");
     EXPECT_EQ(hopeless.ui.didntGetOffGround, 1);
 }
+
+// A request that cannot even be made leaves its record silent; the finish's sweep ends it, and
+// the crawl, though no callback is left to run the scheduler.
+TEST(CrawlSpine, ARequestThatCannotBeMadeStillEndsTheCrawl) {
+    QTemporaryDir dir;
+    QFile page(dir.filePath("index.html"));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write("<html><body><p>no links here</p></body></html>");
+    page.close();
+    Crawl crawl(QUrl::fromLocalFile(page.fileName()).toString());
+    crawl.config.setValueForKey("timeOut", "0.2");
+    crawl.hub.go();
+    const auto unmakeable = crawl.addLink("http://[::1/x");
+    ASSERT_TRUE(crawl.runToEnd(5000));
+    EXPECT_EQ(unmakeable->getStatus(), "The request timed out.");
+    EXPECT_EQ(crawl.hub.getCrawlState(), LinkCheckerHub::CrawlState::Finished);
+    EXPECT_EQ(crawl.hub.getNumberDone(), 2u);
+}
