@@ -125,7 +125,9 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
         ui.crawlDidntGetOffGround();
         return false;
     }
-    if (file.readAll().count('<') < 3) {
+    // Read no further than a page may be: a start may be huge, or a device that never ends.
+    const QByteArray text = settings.maxPageSize > 0 ? file.read(settings.maxPageSize) : file.readAll();
+    if (text.count('<') < 3) {
         plainTextMode = true;
         qInfo() << "Setting plain text mode";
     }
