@@ -1,6 +1,7 @@
 #include "config/Preferences.h"
 
 #include "config/KestConfigManager.h"
+#include "platform/UrlRequest.h"
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -63,6 +64,8 @@ const Key orderedKeys[] = {
     {"KestreliaSitemapOnly", Form::Bool},
     {"KestreliaDrawerOpen", Form::Bool},
     {"monitor", Form::List},
+    {"TrelliumMaxPageSize", Form::Text},
+    {"TrelliumMaxRequestTime", Form::Text},
 };
 
 const char* colourClasses[] = {"2xx", "3xx", "4xx", "5xx"};
@@ -186,6 +189,8 @@ Preferences::Preferences() {
     values.insert("linkslimit", 200000);
     values.insert("levelslimit", 100);
     values.insert("iconView", false);
+    values.insert("TrelliumMaxPageSize", QStringLiteral("50"));
+    values.insert("TrelliumMaxRequestTime", QString());
     // The flat report shows all its columns and the by-link outline its link text until the
     // user switches them off; the other optional columns start hidden.
     for (const char* key : columnKeys) {
@@ -338,6 +343,20 @@ std::optional<Form> Preferences::formOfKey(const QString& key) {
 void Preferences::setValueAndStoreInItsForm(const QString& key, const QVariant& v) {
     const std::optional<Form> form = formOfKey(key);
     setValueAndStore(key, form ? toStored(v, *form) : v);
+}
+
+qint64 Preferences::maximumPageSize() const {
+    bool ok = false;
+    const double megabytes = stringValue("TrelliumMaxPageSize").toDouble(&ok);
+    if (!ok || megabytes < 0)
+        return defaultMaximumBodySize;
+    return qint64(megabytes * 1024 * 1024);
+}
+
+double Preferences::maximumRequestTime(double timeOut) const {
+    bool ok = false;
+    const double seconds = stringValue("TrelliumMaxRequestTime").toDouble(&ok);
+    return ok && seconds > 0 ? seconds : 10 * timeOut;
 }
 
 QString Preferences::userAgentString() const {

@@ -57,6 +57,11 @@ class Preferences {
 
     // What requests send as User-Agent.
     QString userAgentString() const;
+    // The most bytes of one page kept (TrelliumMaxPageSize, in MB); 0 for no bound.
+    qint64 maximumPageSize() const;
+    // The longest a whole request may take (TrelliumMaxRequestTime, in seconds); unset, ten
+    // times the silence time-out of the site.
+    double maximumRequestTime(double timeOut) const;
 
   private:
     QVariantMap values;

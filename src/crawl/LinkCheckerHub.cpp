@@ -125,7 +125,9 @@ bool LinkCheckerHub::probeLocalStart(QString& url) {
         ui.crawlDidntGetOffGround();
         return false;
     }
-    if (file.readAll().count('<') < 3) {
+    // Read no further than a page may be: a start may be huge, or a device that never ends.
+    const QByteArray text = settings.maxPageSize > 0 ? file.read(settings.maxPageSize) : file.readAll();
+    if (text.count('<') < 3) {
         plainTextMode = true;
         qInfo() << "Setting plain text mode";
     }
@@ -211,6 +213,7 @@ bool LinkCheckerHub::isFinished() {
         return true;
     const double timeout = config.doubleForKey(u"timeOut"_s);
     quint64 withStatus = 0;
+    bool swept = false;
     for (const ItemPtr& record : collection) {
         if (!record->getStatus().isEmpty()) {
             ++withStatus;
@@ -218,8 +221,13 @@ bool LinkCheckerHub::isFinished() {
             // Silent for too long: the connection itself is left alone.
             record->setStatus("The request timed out.");
             --numberOfThreadsDetached;
+            swept = true;
         }
     }
+    // The records just marked count from the next pass on; it must come even if no request is
+    // left to bring it.
+    if (swept)
+        passSchedulerAfter(0);
     numberDone = withStatus;
     if (numberDone == quint64(count()) && numberOfThreadsDetached < 1) {
         crawlDidStop();
@@ -258,6 +266,23 @@ void LinkCheckerHub::stop() {
     ui.reloadView("links");
     doReport(false);
     ui.crawlHasPaused();
+}
+
+// A pass of the scheduler for records that no callback will ever end. Without it a crawl whose
+// last request could not be made, or whose last silent records the sweep has just marked,
+// would wait for ever.
+void LinkCheckerHub::passSchedulerAfter(double seconds) {
+    const quint64 generation = crawlGeneration;
+    QTimer::singleShot(int(seconds * 1000), this, [this, generation] {
+        if (generation == crawlGeneration && !crawlFinished)
+            getNextUrlToCrawl();
+    });
+}
+
+void LinkCheckerHub::stopAndFinish() {
+    stop();
+    // With the pause on, the finish closes the crawl whatever is still outstanding.
+    postToCrawl([this] { isFinished(); });
 }
 
 void LinkCheckerHub::continueCrawl() {
@@ -359,6 +384,8 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     UrlRequest request;
     request.url = url;
     request.timeoutInterval = timeout;
+    request.maximumBodySize = settings.maxPageSize;
+    request.maximumTime = settings.maxTime;
     request.httpShouldHandleCookies = false;
     request.setValueForHTTPHeaderField(settings.userAgent.toUtf8(), "User-Agent");
     const QString referer = record->getLastOnPageUrl();
@@ -409,6 +436,9 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     record->setSentRequest();
     if (!url.isValid() || url.isEmpty()) {
         qInfo().noquote() << QString("connection can't be created to %1").arg(text);
+        // No callback will end this record: the finish's sweep does, once it has been silent
+        // for twice the time-out, so a scheduler pass is due then.
+        passSchedulerAfter(2 * config.doubleForKey(u"timeOut"_s) + 0.5);
         return;
     }
     record->startConnection(request, record->requiresHighlightCallback()
@@ -479,7 +509,12 @@ QSet<QString> LinkCheckerHub::getFileExtensionSet() const {
 }
 
 void LinkCheckerHub::addToLookupWithKey(const LinkCheckerUrlPtr& record, const QString& key) {
-    lookupDictionary.insert(key, record);
+    try {
+        lookupDictionary.insert(key, record);
+    } catch (const std::bad_alloc&) {
+        qInfo().noquote() << QString("**** unable to add %1 to lookup").arg(key);
+        stopAndFinish();
+    }
 }
 
 void LinkCheckerHub::addLinkForPage(const LinkCheckerUrlPtr& record, const QString& page) {

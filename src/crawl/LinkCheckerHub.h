@@ -31,6 +31,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // "Continue", "Pause", anything else starts a new crawl.
     void go(const QString& senderTitle = "Go");
     void stop();
+    // For a failure the crawl cannot go on from: the pause of stop(), then, once the failing
+    // call has unwound, the finish with what was collected, as at a normal end.
+    void stopAndFinish();
     void continueCrawl();
     bool getNextUrlToCrawl();
     void sendAsyncServerResponse(const LinkCheckerUrlPtr& record);
@@ -142,6 +145,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
 
   private:
     void startNewCrawl();
+    void passSchedulerAfter(double seconds);
     bool probeLocalStart(QString& url);
     void closeCrawl();
     void showProgress();
@@ -167,7 +171,8 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
         bool followQuerystring = false, ignoreSlash = false, hashIsBad = false, ignoreSubdomain = false,
              blacklistByRobotsTxt = false, sitemapOnly = false, checkImages = false, trimSpaces = false;
         int threads = 0;
-        double delay = 0, timeout = 0;
+        double delay = 0, timeout = 0, maxTime = 0;
+        qint64 maxPageSize = 0;
         QString userAgent;
     };
 

@@ -356,8 +356,8 @@ QString LinkCheckerUrl::getTotalImageWeight() const {
     return QString("%1 kb").arg(bytes / 1024);
 }
 
-int LinkCheckerUrl::getTotalImageWeightAsNumber() const {
-    int kilobytes = 0;
+qint64 LinkCheckerUrl::getTotalImageWeightAsNumber() const {
+    qint64 kilobytes = 0;
     for (const auto& image : linkedImages)
         kilobytes += image->getFileSizeInKBytes();
     return kilobytes;
@@ -598,7 +598,7 @@ void LinkCheckerUrl::setSentRequest() {
     timestamp = stampText;
 }
 
-void LinkCheckerUrl::setFileSize(int bytes) {
+void LinkCheckerUrl::setFileSize(qint64 bytes) {
     fileSizeBytes = bytes;
     fileSize = bytes / 1024;
 }

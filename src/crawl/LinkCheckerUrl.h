@@ -94,18 +94,18 @@ class LinkCheckerUrl : public KestDataObject,
     static QString truncateURLByAddingElipsisInMiddle(const QString& text);
     QString getFileSize() const { return QString("%1kb").arg(fileSize); }
     QString getFileSizeCompressed() const { return QString("%1kb").arg(fileSizeCompressed); }
-    int getFileSizeInBytes() const { return fileSizeBytes; }
-    int getFileSizeInKBytes() const { return fileSize; }
-    int getFileSizeCompressedInBytes() const { return fileSizeCompressed; }
-    double getFilesize() const { return fileSize; }
-    double getFilesizecompressed() const { return fileSizeCompressed; }
+    qint64 getFileSizeInBytes() const { return fileSizeBytes; }
+    qint64 getFileSizeInKBytes() const { return fileSize; }
+    qint64 getFileSizeCompressedInBytes() const { return fileSizeCompressed; }
+    double getFilesize() const { return double(fileSize); }
+    double getFilesizecompressed() const { return double(fileSizeCompressed); }
     double getResponseTime() const { return responseTimeInterval; }
     double getLoadTime() const { return loadTimeInterval; }
     QString getResponsetime() const { return QString::number(responseTimeInterval, 'g', 6); }
     double getTimeSinceSent() const;
     QString getImageqty() const;
     QString getTotalImageWeight() const;
-    int getTotalImageWeightAsNumber() const;
+    qint64 getTotalImageWeightAsNumber() const;
     QStringList getFlattenedLinkedImagesArray() const;
     QString getLastmodified() const;
     QString getRobots() const;
@@ -199,8 +199,9 @@ class LinkCheckerUrl : public KestDataObject,
     void setDistanceFromHome(int v) { distanceFromHome = v; }
     int getWordCount() const { return wordCount; }
     void setWordCount(int v) { wordCount = v; }
-    void setFileSize(int bytes);
-    void setFileSizeCompressed(int bytes) { fileSizeCompressed = bytes / 1024; }
+    // Sizes are 64-bit: a body or a Content-Length may pass 2 GB.
+    void setFileSize(qint64 bytes);
+    void setFileSizeCompressed(qint64 bytes) { fileSizeCompressed = bytes / 1024; }
     int getNumberOfRedirects() const { return numberOfRedirects; }
     int getPreviousFailureCount() const { return previousFailureCount; }
     int getSpelling() const { return spelling; }
@@ -270,9 +271,9 @@ class LinkCheckerUrl : public KestDataObject,
     bool headContainsNoIndex = false;
     bool recursion = false;
     bool contentlengthunavailable = false;
-    int fileSizeBytes = 0;
-    int fileSize = 0;
-    int fileSizeCompressed = 0;
+    qint64 fileSizeBytes = 0;
+    qint64 fileSize = 0;
+    qint64 fileSizeCompressed = 0;
     int spelling = 0;
     int grammar = 0;
     int validatorErrors = -1;

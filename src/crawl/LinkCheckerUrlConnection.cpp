@@ -118,7 +118,7 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
         responseTimeInterval = getTimeSinceSent();
     const HeaderList headers = response.isHTTP ? response.headerFields : HeaderList();
     if (isImage || identifier == myNSURLConnection::fullDownloadIdentifier)
-        setFileSizeCompressed(headerValue(headers, "Content-Length").toInt());
+        setFileSizeCompressed(headerValue(headers, "Content-Length").toLongLong());
     contentlengthunavailable = !hasHeader(headers, "Content-Length");
     if (internal && owner->shouldLogModifiedDate() && !headers.isEmpty())
         setTargetLastModified(QString::fromLatin1(headerValue(headers, "Last-Modified")));
@@ -201,7 +201,8 @@ void LinkCheckerUrl::connectionDidReceiveData(myNSURLConnection* c, const QByteA
         qInfo().noquote() << QString("**** failed to add data for %1").arg(getActualLinkUrl());
         if (c)
             c->cancel();
-        owner->stop();
+        clearData();
+        owner->stopAndFinish();
     }
 }
 
@@ -212,9 +213,9 @@ void LinkCheckerUrl::connectionDidFinishLoading(myNSURLConnection* c) {
     auto me = self();
     if (identifier == myNSURLConnection::fullDownloadIdentifier || isImage) {
         loadTimeInterval = getTimeSinceSent() - getResponseTime();
-        setFileSize(int(getData().size()));
+        setFileSize(getData().size());
         if (contentlengthunavailable)
-            setFileSizeCompressed(int(getData().size()));
+            setFileSizeCompressed(getData().size());
     }
     if (identifier == myNSURLConnection::validatorIdentifier) {
         // The validator's answer without its headers: its page title says the verdict.
@@ -253,6 +254,8 @@ void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlE
         return;
     }
     setStatus(error.localizedDescription);
+    // What arrived of a failed body (a page past the size limit) is never read.
+    clearData();
     if (beingRechecked) {
         finishRecheck(c);
         return;

@@ -30,6 +30,8 @@ void LinkCheckerHub::readCrawlSettings() {
     settings.delay = config.doubleForKey(u"delay"_s);
     settings.timeout = config.doubleForKey(u"timeOut"_s);
     settings.userAgent = userAgent();
+    settings.maxPageSize = preferences.maximumPageSize();
+    settings.maxTime = preferences.maximumRequestTime(settings.timeout);
 }
 
 LinkCheckerUrlPtr LinkCheckerHub::weHaveThisOneAlreadyIgnoreInternal(const QString& url,
@@ -200,7 +202,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         page->setMetaDescription(parser->getDescription());
         page->setHeadings(parser->getHeadings());
         page->setKeywords(parser->getKeywords());
-        page->setFileSize(int(parser->getFileSize()));
+        page->setFileSize(qint64(parser->getFileSize()));
         page->setWordCount(parser->getWordCount());
         const QString canonical = parser->getCanonical().value_or(QString());
         if (!canonical.isEmpty())
@@ -343,8 +345,8 @@ void LinkCheckerHub::readRobotsTxt() {
     const QUrl start(lfDataSource::getnthItem(0)->getActualLinkUrl());
     const QString authority =
         start.port() >= 0 ? QString("%1:%2").arg(domains.first()).arg(start.port()) : domains.first();
-    const SyncFetchResult robots =
-        fetchSynchronously(StartProbes::robotsTxtAddress(authority), userAgent(), getTimeoutInterval());
+    const SyncFetchResult robots = fetchSynchronously(StartProbes::robotsTxtAddress(authority), userAgent(),
+                                                      getTimeoutInterval(), settings.maxPageSize);
     if (!robots.error.isEmpty() || robots.status >= 400)
         return;
     robotsBlacklistArray = StartProbes::parseRobotsTxt(QString::fromUtf8(robots.body));
@@ -358,7 +360,8 @@ void LinkCheckerHub::detectEncoding(const QString& url) {
             QUrl::fromLocalFile(QDir(QUrl(url).toLocalFile())
                                     .filePath(config.stringForKey(u"defaultLocalFileName"_s).trimmed()))
                 .toString();
-    const SyncFetchResult start = fetchSynchronously(fetchUrl, userAgent(), getTimeoutInterval());
+    const SyncFetchResult start =
+        fetchSynchronously(fetchUrl, userAgent(), getTimeoutInterval(), settings.maxPageSize);
     // What the server says of its charset comes first; the page's own meta tag is the fallback.
     detectedEncoding = TextEncoding::encodingOfContentType(start.contentType);
     if (detectedEncoding == 0 && !start.body.isEmpty()) {

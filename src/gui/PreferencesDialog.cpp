@@ -80,6 +80,7 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
                 return;
             preferences.setValue(key, number ? QVariant(edit->text().toInt()) : QVariant(edit->text()));
         });
+        return edit;
     };
 
     QFormLayout* general = page(tabs, "General");
@@ -139,6 +140,13 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
          true);
     text(crawl, "levelslimit",
          "Deepest level followed:", "How many clicks from the starting page are followed.", true);
+    text(crawl, "TrelliumMaxPageSize", "Largest page read (MB):",
+         "A page or file larger than this, once uncompressed, is not read and gets the status "
+         "\"page too large\". 0 reads pages of any size.");
+    text(crawl, "TrelliumMaxRequestTime", "Longest request (seconds):",
+         "A request still running after this long, however slowly data arrives, gets the status "
+         "\"The request timed out.\".")
+        ->setPlaceholderText("ten times the site's time-out");
 
     QFormLayout* colours = page(tabs, "Colours");
     flag(colours, "LorraneDisplayLabels", "Colour rows by status",

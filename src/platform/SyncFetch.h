@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include "platform/UrlRequest.h"
+
 // One blocking request, redirects followed. For reads that need an answer before going on:
 // the page reader's own fetch and robots.txt.
 struct SyncFetchResult {
@@ -13,4 +15,7 @@ struct SyncFetchResult {
     QString finalUrl;    // the URL after redirects
 };
 
-SyncFetchResult fetchSynchronously(const QString& url, const QString& userAgent, double timeoutSeconds);
+// A body longer than maximumBodySize (after decoding; 0 for no bound) ends the transfer with
+// the error "page too large" and nothing of it is kept.
+SyncFetchResult fetchSynchronously(const QString& url, const QString& userAgent, double timeoutSeconds,
+                                   qint64 maximumBodySize = defaultMaximumBodySize);

@@ -8,6 +8,9 @@
 
 using HeaderList = QList<QPair<QByteArray, QByteArray>>;
 
+// The most bytes of one body kept when nothing else is set: 50 MB.
+constexpr qint64 defaultMaximumBodySize = qint64(50) * 1024 * 1024;
+
 // Looks a header up by name, ignoring case; empty when absent.
 QByteArray headerValue(const HeaderList& headers, const QByteArray& name);
 bool hasHeader(const HeaderList& headers, const QByteArray& name);
@@ -19,6 +22,11 @@ struct UrlRequest {
     HeaderList headers;
     QByteArray body;
     double timeoutInterval = 60.0;
+    // Bounds that keep a hostile server from holding the program: the most bytes of body kept
+    // (after decoding a compressed one) and the longest the whole request may take, redirects
+    // included. 0 means none.
+    qint64 maximumBodySize = 0;
+    double maximumTime = 0;
     bool httpShouldHandleCookies = false;
 
     // Setting a field that is already there replaces its value and keeps its place.

@@ -1,11 +1,13 @@
 #include "platform/myNSURLConnection.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeDatabase>
 #include <QObject>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <cstring>
 #include <curl/curl.h>
 #include <unordered_map>
 #include <unordered_set>
@@ -13,10 +15,24 @@
 
 namespace {
 
+// The body of a redirect or a challenge is never shown to anyone; a short one is read to its end
+// so the connection can be used again, a longer one ends the transfer there.
+constexpr qint64 heldBodyAllowance = 64 * 1024;
+
+UrlError pageTooLarge() {
+    return {-1103, "page too large"};
+}
+
+UrlError responseHeaderTooLarge() {
+    return {-1011, "response header too large"};
+}
+
 UrlError errorForCurlCode(CURLcode code) {
     switch (code) {
     case CURLE_OPERATION_TIMEDOUT:
         return {-1001, "The request timed out."};
+    case CURLE_FILESIZE_EXCEEDED:
+        return pageTooLarge();
     case CURLE_URL_MALFORMAT:
     case CURLE_UNSUPPORTED_PROTOCOL:
         return {-1002, "unsupported URL"};
@@ -28,13 +44,21 @@ UrlError errorForCurlCode(CURLcode code) {
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
     case CURLE_PARTIAL_FILE:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+    case CURLE_HTTP3:
         return {-1005, "The network connection was lost."};
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
         return {-1017, "cannot parse response"};
     case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+    case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
         return {-1202, "The certificate for this server is invalid."};
     case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CRL_BADFILE:
     case CURLE_SSL_ENGINE_NOTFOUND:
     case CURLE_SSL_ENGINE_SETFAILED:
     case CURLE_SSL_CERTPROBLEM:
@@ -70,6 +94,8 @@ struct myNSURLConnection::Transfer {
     CURL* easy = nullptr;
     curl_slist* headerList = nullptr;
     bool inMulti = false;
+    QDeadlineTimer deadline = QDeadlineTimer::Forever; // the whole request, every hop
+    char errorText[CURL_ERROR_SIZE] = {};
     bool cookiesUsed = false;
     bool cancelled = false;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
@@ -81,7 +107,10 @@ struct myNSURLConnection::Transfer {
     bool responseDelivered = false;
     bool heldBack = false; // a redirect or a challenge: the delegate decides before any body is shown
     QByteArray pending;
-    QByteArray heldBody;
+    qint64 bodyBytes = 0; // of this response, as decoded
+    bool heldBodyCut = false;
+    bool tooLarge = false;
+    bool outOfMemory = false;
     bool done = false;
     CURLcode result = CURLE_OK;
 
@@ -107,6 +136,7 @@ struct myNSURLConnection::Transfer {
     void handleChallenge(const AuthenticationChallenge& challenge, bool serverTrust);
     void fail(const UrlError& error);
     UrlResponse makeResponse() const;
+    std::optional<UrlError> limitError() const;
 
     static size_t onHeader(char* buffer, size_t size, size_t count, void* self);
     static size_t onBody(char* buffer, size_t size, size_t count, void* self);
@@ -278,6 +308,8 @@ void myNSURLConnection::Transfer::start() {
         return;
     }
     request = *first;
+    if (request.maximumTime > 0)
+        deadline.setRemainingTime(qint64(request.maximumTime * 1000));
     if (request.url.isLocalFile()) {
         startFile();
         return;
@@ -306,6 +338,10 @@ void myNSURLConnection::Transfer::startFile() {
         delegate->connectionDidReceiveResponse(owner, response);
         if (!*token.lock() || cancelled)
             return;
+        if (request.maximumBodySize > 0 && file.size() > request.maximumBodySize) {
+            fail(pageTooLarge());
+            return;
+        }
         const QByteArray bytes = file.readAll();
         if (!bytes.isEmpty())
             delegate->connectionDidReceiveData(owner, bytes);
@@ -322,9 +358,10 @@ void myNSURLConnection::Transfer::configure() {
     headerList = nullptr;
     statusCode = 0;
     headers.clear();
-    headersComplete = responseDelivered = heldBack = done = false;
+    headersComplete = responseDelivered = heldBack = done = heldBodyCut = tooLarge = outOfMemory = false;
     pending.clear();
-    heldBody.clear();
+    bodyBytes = 0;
+    errorText[0] = 0;
 
     curl_easy_setopt(easy, CURLOPT_URL, request.url.toEncoded().constData());
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
@@ -341,6 +378,10 @@ void myNSURLConnection::Transfer::configure() {
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(timeout * 1000));
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, std::max(1L, long(timeout + 0.5)));
+    // Beside the silence, a bound on the whole: a server that drips keeps no request open for ever.
+    if (!deadline.isForever())
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(std::max<qint64>(1, deadline.remainingTime())));
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText);
 
     for (const auto& [name, value] : request.headers) {
         const QByteArray line = value.isEmpty() ? name + ";" : name + ": " + value;
@@ -388,7 +429,6 @@ void myNSURLConnection::Transfer::detach() {
     curl_slist_free_all(headerList);
     headerList = nullptr;
     pending = QByteArray();
-    heldBody = QByteArray();
 }
 
 size_t myNSURLConnection::Transfer::onHeader(char* buffer, size_t size, size_t count, void* self) {
@@ -429,11 +469,23 @@ size_t myNSURLConnection::Transfer::onBody(char* buffer, size_t size, size_t cou
     const size_t n = size * count;
     if (t->cancelled)
         return n;
+    t->bodyBytes += qint64(n);
+    // Returning short of n ends the transfer; finishDelivery tells why from the flags.
     if (t->heldBack) {
-        t->heldBody.append(buffer, qsizetype(n));
-        return n;
+        t->heldBodyCut = t->bodyBytes > heldBodyAllowance;
+        return t->heldBodyCut ? 0 : n;
     }
-    t->pending.append(buffer, qsizetype(n));
+    if (t->request.maximumBodySize > 0 && t->bodyBytes > t->request.maximumBodySize) {
+        t->tooLarge = true;
+        return 0;
+    }
+    try {
+        t->pending.append(buffer, qsizetype(n));
+    } catch (const std::bad_alloc&) {
+        // No exception may cross curl's frames: the transfer ends as one that found no room.
+        t->outOfMemory = true;
+        return 0;
+    }
     CurlDriver::instance().markDirty(t);
     return n;
 }
@@ -486,6 +538,12 @@ void myNSURLConnection::Transfer::finishDelivery() {
         curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
         if (address && *address)
             result = CURLE_WEIRD_SERVER_REPLY;
+    }
+    if (heldBodyCut && result == CURLE_WRITE_ERROR)
+        result = CURLE_OK;
+    if (const std::optional<UrlError> error = limitError()) {
+        fail(*error);
+        return;
     }
     if (result != CURLE_OK) {
         fail(errorForCurlCode(result));
@@ -573,11 +631,29 @@ void myNSURLConnection::Transfer::handleChallenge(const AuthenticationChallenge&
         fail(errorForCurlCode(result));
         return;
     }
-    // Going on without a credential shows the refusal itself as the response.
+    // Going on without a credential shows the refusal itself as the response; its body was
+    // not kept.
     heldBack = false;
-    pending = heldBody;
-    heldBody.clear();
     deliver();
+}
+
+// The limits that ended a transfer, in the words the record keeps.
+std::optional<UrlError> myNSURLConnection::Transfer::limitError() const {
+    if (tooLarge && result == CURLE_WRITE_ERROR)
+        return pageTooLarge();
+    if (outOfMemory && result == CURLE_WRITE_ERROR)
+        return UrlError{-1, "out of memory for the page"};
+    // curl refuses a header line longer than it can hold: older versions call it out of
+    // memory, newer ones a value too large or a receive error with its own text.
+    const bool headerRefused =
+        result == CURLE_OUT_OF_MEMORY || (result == CURLE_RECV_ERROR && std::strstr(errorText, "header"));
+#if LIBCURL_VERSION_NUM >= 0x080600
+    if (result == CURLE_TOO_LARGE && !headersComplete)
+        return responseHeaderTooLarge();
+#endif
+    if (headerRefused && !headersComplete)
+        return responseHeaderTooLarge();
+    return std::nullopt;
 }
 
 void myNSURLConnection::Transfer::fail(const UrlError& error) {

@@ -320,9 +320,14 @@ TEST(CrawlSpine, LocalFiles) {
     index.close();
 
     Crawl folder(QUrl::fromLocalFile(dir.path()).toString());
+    folder.config.setValueForKey("timeOut", "0.2");
     folder.hub.go();
     auto missing = folder.addLink(QUrl::fromLocalFile(dir.filePath("missing.html")).toString());
+    // A request that cannot even be made leaves its record silent; the finish's sweep ends it,
+    // and the crawl, though no callback is left to run the scheduler.
+    auto unmakeable = folder.addLink("http://[::1/x");
     ASSERT_TRUE(folder.runToEnd());
+    EXPECT_EQ(unmakeable->getStatus(), "The request timed out.");
     EXPECT_EQ(folder.first()->getStatus(), "200 no error (not http)");
     EXPECT_TRUE(folder.first()->getIsHTML());
     EXPECT_EQ(missing->getColour(), 4);

@@ -2,6 +2,7 @@
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
 #include "support/RecordingUserInterface.h"
+#include "views/RecordJson.h"
 
 #include "support/QtPrinting.h"
 
@@ -230,6 +231,9 @@ TEST(LinkCheckerUrl, FieldVocabulary) {
     EXPECT_EQ(r->getFieldAsNumberByName("filesize"), 4.0);
     EXPECT_EQ(r->getFieldByName("wordcount").toString(), "12");
     EXPECT_EQ(r->getFieldByName("robots").toString(), "nofollow,noindex");
+    r->setFileSize(3LL << 30); // past what 32 bits hold
+    EXPECT_EQ(r->getFieldByName("filesize").toString(), "3145728kb");
+    EXPECT_EQ(recordToJson(*r)["fileSize"].toInteger(), 3LL << 30);
     EXPECT_TRUE(KestDataObject::isNumber("ocurrencesinarchive"));
     EXPECT_FALSE(KestDataObject::isNumber("status"));
 }

@@ -1,9 +1,6 @@
 #include "support/RawServer.h"
 
-#include <arpa/inet.h>
-#include <csignal>
 #include <map>
-#include <netinet/in.h>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -13,40 +10,24 @@
 #include <QtGlobal>
 
 RawServer::RawServer(Mode mode) : mode(mode) {
-    std::signal(SIGPIPE, SIG_IGN);
-    listenFd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (listenFd < 0 || bind(listenFd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listenFd, SOMAXCONN) != 0 ||
-        getsockname(listenFd, reinterpret_cast<sockaddr*>(&address), &length) != 0 || pipe(wakeFds) != 0)
-        qFatal("RawServer: cannot listen");
-    portNumber = ntohs(address.sin_port);
     // The socket listens already, so clients may connect before the thread runs.
     thread = std::thread([this] { run(); });
 }
 
 RawServer::~RawServer() {
-    const char stop = 's';
-    if (write(wakeFds[1], &stop, 1) != 1)
-        qWarning("RawServer: cannot wake the server thread");
+    listener.wakeUp();
     thread.join();
-    close(listenFd);
-    close(wakeFds[0]);
-    close(wakeFds[1]);
 }
 
 QString RawServer::url(const QString& path) const {
-    return QString("http://127.0.0.1:%1%2").arg(portNumber).arg(path);
+    return QString("http://127.0.0.1:%1%2").arg(listener.port).arg(path);
 }
 
 void RawServer::run() {
     // What each open connection has sent so far; answered once the request head is complete.
     std::map<int, std::string> clients;
     for (;;) {
-        std::vector<pollfd> fds = {{wakeFds[0], POLLIN, 0}, {listenFd, POLLIN, 0}};
+        std::vector<pollfd> fds = {{listener.wakeFd, POLLIN, 0}, {listener.fd, POLLIN, 0}};
         for (const auto& client : clients)
             fds.push_back({client.first, POLLIN, 0});
         if (poll(fds.data(), fds.size(), -1) < 0)
@@ -54,7 +35,7 @@ void RawServer::run() {
         if (fds[0].revents)
             break;
         if (fds[1].revents & POLLIN) {
-            const int fd = accept(listenFd, nullptr, nullptr);
+            const int fd = accept(listener.fd, nullptr, nullptr);
             if (fd >= 0)
                 clients[fd];
         }

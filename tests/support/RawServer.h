@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/LoopbackListener.h"
+
 #include <QString>
 
 #include <thread>
@@ -20,14 +22,12 @@ class RawServer {
     RawServer& operator=(const RawServer&) = delete;
 
     QString url(const QString& path) const; // "http://127.0.0.1:PORT" + path
-    int port() const { return portNumber; }
+    int port() const { return listener.port; }
 
   private:
     void run();
 
     Mode mode;
-    int listenFd = -1;
-    int wakeFds[2] = {-1, -1};
-    int portNumber = 0;
+    LoopbackListener listener{"RawServer"};
     std::thread thread;
 };

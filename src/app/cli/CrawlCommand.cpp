@@ -18,6 +18,8 @@
 #include <QUrl>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <unistd.h>
 
 namespace {
 
@@ -37,6 +39,9 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     parser.addOptions({
         {"threads", "Most requests in flight at one time (default 12).", "N"},
         {"timeout", "Seconds of silence after which a request fails (default 30).", "S"},
+        {"max-time", "Seconds a whole request may take (default ten times the time-out).", "S"},
+        {"max-page-size", "Megabytes of one page kept; a larger page fails (default 50, 0 for no limit).",
+         "MB"},
         {"delay", "Seconds to wait before each request (default 0).", "S"},
         {"user-agent", "User-Agent header to send.", "TEXT"},
         {"header", "Extra request header 'Name: value' (up to three).", "HEADER"},
@@ -93,7 +98,8 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         config.setValueForKey("url", out.start);
     }
 
-    auto number = [&](const char* option, const char* key, double minimum) {
+    // A number option of at least minimum is handed to store; bad input is told and refused.
+    auto number = [&](const char* option, double minimum, const std::function<void(const QString&)>& store) {
         if (!parser.isSet(option))
             return true;
         bool ok = false;
@@ -102,11 +108,20 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
             std::fprintf(stderr, "trellium crawl: --%s takes a number of at least %g\n", option, minimum);
             return false;
         }
-        config.setValueForKey(key, parser.value(option));
+        store(parser.value(option));
         return true;
     };
-    if (!number("threads", "numberOfThreads", 0) || !number("timeout", "timeOut", 0.001) ||
-        !number("delay", "delay", 0))
+    auto setting = [&config](const char* key) {
+        return [&config, key](const QString& value) { config.setValueForKey(key, value); };
+    };
+    // The request bounds are preferences: they belong to the machine rather than to the site.
+    auto preference = [&preferences](const char* key) {
+        return [&preferences, key](const QString& value) { preferences.setValue(key, value); };
+    };
+    if (!number("threads", 0, setting("numberOfThreads")) || !number("timeout", 0.001, setting("timeOut")) ||
+        !number("delay", 0, setting("delay")) ||
+        !number("max-time", 0.001, preference("TrelliumMaxRequestTime")) ||
+        !number("max-page-size", 0, preference("TrelliumMaxPageSize")))
         return false;
     if (parser.isSet("user-agent"))
         preferences.setValue("userAgentString", parser.value("user-agent"));

@@ -1,5 +1,6 @@
 #include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
+#include "config/Preferences.h"
 #include "parsing/KestParser.h"
 #include "parsing/TextEncodings.h"
 #include "platform/SyncFetch.h"
@@ -110,8 +111,13 @@ struct Page {
 // Reads the page from disk or the network; on failure prints why and returns nothing.
 std::optional<Page> loadPage(const ParseOptions& options) {
     Page page;
+    // The crawl's bound on one page holds here too, so a bomb or an endless body ends in a message.
+    Preferences preferences;
+    preferences.load();
+    const qint64 limit = preferences.maximumPageSize();
     if (options.source.contains(QLatin1String("://"))) {
-        const SyncFetchResult fetched = fetchSynchronously(options.source, QStringLiteral("Trellium/5"), 60);
+        const SyncFetchResult fetched =
+            fetchSynchronously(options.source, QStringLiteral("Trellium/5"), 60, limit);
         if (!fetched.error.isEmpty()) {
             std::fprintf(stderr, "trellium parse: %s: %s\n", qPrintable(options.source),
                          qPrintable(fetched.error));
@@ -127,6 +133,10 @@ std::optional<Page> loadPage(const ParseOptions& options) {
         if (!file.open(QIODevice::ReadOnly)) {
             std::fprintf(stderr, "trellium parse: cannot read %s: %s\n", qPrintable(options.source),
                          qPrintable(file.errorString()));
+            return std::nullopt;
+        }
+        if (limit > 0 && file.size() > limit) {
+            std::fprintf(stderr, "trellium parse: %s: page too large\n", qPrintable(options.source));
             return std::nullopt;
         }
         page.bytes = file.readAll();
