@@ -1,5 +1,8 @@
 #include "platform/Plist.h"
 
+#include "platform/BinaryPlist.h"
+#include "platform/LocalFile.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QSaveFile>
@@ -14,63 +17,82 @@ namespace {
 
 // Reading goes through Qt's XML reader: the arrays that libplist++ 2.2 hands back from a
 // parsed list come back empty.
-QVariant readValue(QXmlStreamReader& xml, bool& ok);
+class XmlReader {
+  public:
+    explicit XmlReader(const QByteArray& bytes) : xml(bytes) {}
 
-QVariantMap readDict(QXmlStreamReader& xml, bool& ok) {
-    QVariantMap out;
-    while (ok && xml.readNextStartElement()) {
-        if (xml.name() != QLatin1String("key")) {
-            ok = false;
-            break;
-        }
-        const QString key = xml.readElementText();
-        if (!xml.readNextStartElement()) {
-            ok = false;
-            break;
-        }
-        out.insert(key, readValue(xml, ok));
+    bool readRoot(QVariantMap& out) {
+        if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist") ||
+            !xml.readNextStartElement() || xml.name() != QLatin1String("dict"))
+            return failWith("not a property list with a dictionary at its root");
+        out = readDict(1);
+        if (error.isEmpty() && xml.hasError())
+            failWith(xml.errorString());
+        return error.isEmpty();
     }
-    return out;
-}
 
-QVariant readValue(QXmlStreamReader& xml, bool& ok) {
-    const QStringView name = xml.name();
-    if (name == QLatin1String("dict"))
-        return readDict(xml, ok);
-    if (name == QLatin1String("array")) {
-        QVariantList out;
-        while (ok && xml.readNextStartElement())
-            out.append(readValue(xml, ok));
+    QString error;
+
+  private:
+    bool failWith(const QString& reason) {
+        if (error.isEmpty())
+            error = reason;
+        return false;
+    }
+
+    QVariantMap readDict(int depth) {
+        QVariantMap out;
+        while (error.isEmpty() && xml.readNextStartElement()) {
+            if (xml.name() != QLatin1String("key")) {
+                failWith("a dictionary entry without its key");
+                break;
+            }
+            const QString key = xml.readElementText();
+            if (!xml.readNextStartElement()) {
+                failWith(QString("no value for the key '%1'").arg(key));
+                break;
+            }
+            out.insert(key, readValue(depth + 1));
+        }
         return out;
     }
-    if (name == QLatin1String("true") || name == QLatin1String("false")) {
-        xml.skipCurrentElement();
-        return name == QLatin1String("true");
-    }
-    const QString text = xml.readElementText();
-    if (name == QLatin1String("string"))
-        return text;
-    if (name == QLatin1String("integer"))
-        return text.trimmed().toLongLong();
-    if (name == QLatin1String("real"))
-        return text.trimmed().toDouble();
-    if (name == QLatin1String("date"))
-        return QDateTime::fromString(text.trimmed(), Qt::ISODate);
-    if (name == QLatin1String("data"))
-        return QByteArray::fromBase64(text.toLatin1());
-    ok = false;
-    return QVariant();
-}
 
-bool readXml(const QByteArray& bytes, QVariantMap& out) {
-    QXmlStreamReader xml(bytes);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist") || !xml.readNextStartElement() ||
-        xml.name() != QLatin1String("dict"))
-        return false;
-    bool ok = true;
-    out = readDict(xml, ok);
-    return ok && !xml.hasError();
-}
+    QVariant readValue(int depth) {
+        const QStringView name = xml.name();
+        const bool container = name == QLatin1String("dict") || name == QLatin1String("array");
+        if (container && depth > Plist::maxDepth) {
+            failWith(QString("nested deeper than %1 levels").arg(Plist::maxDepth));
+            return QVariant();
+        }
+        if (name == QLatin1String("dict"))
+            return readDict(depth);
+        if (name == QLatin1String("array")) {
+            QVariantList out;
+            while (error.isEmpty() && xml.readNextStartElement())
+                out.append(readValue(depth + 1));
+            return out;
+        }
+        if (name == QLatin1String("true") || name == QLatin1String("false")) {
+            xml.skipCurrentElement();
+            return name == QLatin1String("true");
+        }
+        const QString text = xml.readElementText();
+        if (name == QLatin1String("string"))
+            return text;
+        if (name == QLatin1String("integer"))
+            return text.trimmed().toLongLong();
+        if (name == QLatin1String("real"))
+            return text.trimmed().toDouble();
+        if (name == QLatin1String("date"))
+            return QDateTime::fromString(text.trimmed(), Qt::ISODate);
+        if (name == QLatin1String("data"))
+            return QByteArray::fromBase64(text.toLatin1());
+        failWith(QString("unknown element <%1>").arg(name));
+        return QVariant();
+    }
+
+    QXmlStreamReader xml;
+};
 
 // A node ready to be copied into its parent. Dates are taken from a parsed document, which
 // then has to live until the copy is made.
@@ -153,34 +175,44 @@ MadeNode toNode(const QVariant& value) {
 
 namespace Plist {
 
-bool fromData(const QByteArray& bytes, QVariantMap& out) {
+bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error) {
     out.clear();
-    QByteArray xml = bytes;
+    QString reason;
     if (bytes.startsWith("bplist")) {
-        // A binary list is turned into its XML form first.
-        std::unique_ptr<PList::Structure> root(
-            PList::Structure::FromBin(std::vector<char>(bytes.begin(), bytes.end())));
-        if (!root)
-            return false;
-        xml = QByteArray::fromStdString(root->ToXml());
+        QVariant root;
+        if (BinaryPlist::read(bytes, maxDepth, root, reason)) {
+            if (root.typeId() == QMetaType::QVariantMap)
+                out = root.toMap();
+            else
+                reason = "not a property list with a dictionary at its root";
+        }
+    } else {
+        XmlReader reader(bytes);
+        if (!reader.readRoot(out))
+            reason = reader.error;
     }
-    if (!readXml(xml, out)) {
-        out.clear();
-        return false;
-    }
-    return true;
+    if (reason.isEmpty())
+        return true;
+    out.clear();
+    if (error)
+        *error = reason;
+    return false;
 }
 
 QByteArray toXml(const QVariantMap& dict) {
     return QByteArray::fromStdString(toDictionary(dict)->ToXml());
 }
 
-bool readFile(const QString& path, QVariantMap& out) {
+bool readFile(const QString& path, QVariantMap& out, QString* error) {
     out.clear();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    QByteArray bytes;
+    QString reason;
+    if (!LocalFile::readRegularFile(path, maxFileSize, bytes, reason)) {
+        if (error)
+            *error = reason;
         return false;
-    return fromData(file.readAll(), out);
+    }
+    return fromData(bytes, out, error);
 }
 
 QVariantMap readFile(const QString& path) {
@@ -189,16 +221,18 @@ QVariantMap readFile(const QString& path) {
     return out;
 }
 
-bool writeFile(const QString& path, const QVariantMap& dict) {
+bool writeFile(const QString& path, const QVariantMap& dict, QString* error) {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
     const QByteArray bytes = toXml(dict);
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    // The data is flushed before the commit and the flush checked: a commit alone renames an
+    // empty file over the old one when the disk is full.
+    const bool ok = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
+    if (ok && file.commit())
+        return true;
+    if (error)
+        *error = file.errorString();
+    file.cancelWriting();
+    return false;
 }
 
 } // namespace Plist

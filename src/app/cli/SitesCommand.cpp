@@ -31,6 +31,14 @@ int fail(const QString& message) {
     return 2;
 }
 
+// Every file the command could not write, each with its path and reason; then 2, or `status`
+// when all were written.
+int withFileFailures(const KestConfigManager& config, int status) {
+    for (const QString& failure : config.getFileFailures())
+        fail(failure);
+    return config.getFileFailures().isEmpty() ? status : 2;
+}
+
 void print(const QString& line) {
     std::fprintf(stdout, "%s\n", qPrintable(line));
 }
@@ -76,6 +84,8 @@ int add(KestConfigManager& config, QStringList args) {
         return fail("add takes one URL (see --help)");
     if (!config.newSheetOK(args[0].trimmed(), name))
         return fail("add takes one URL (see --help)");
+    if (!config.getFileFailures().isEmpty())
+        return withFileFailures(config, 2);
     print(QString("added %1 as %2").arg(args[0].trimmed(), config.getSelectedConfigFilename()));
     return 0;
 }
@@ -149,20 +159,25 @@ int runSitesCommand(const QStringList& args) {
 
     if (command == "rename") {
         config.setNewName(rest[1]);
-        return 0;
+        return withFileFailures(config, 0);
     }
     if (command == "set-url") {
         if (rest[1].trimmed().isEmpty())
             return fail("the URL must not be empty");
         config.setNewUrl(rest[1].trimmed());
-        return 0;
+        return withFileFailures(config, 0);
     }
-    if (command == "delete")
-        return config.deleteMenuItem() ? 0 : fail(QString("could not delete '%1'").arg(rest[0]));
+    if (command == "delete") {
+        if (config.deleteMenuItem())
+            return withFileFailures(config, 0);
+        return config.getFileFailures().isEmpty() ? fail(QString("could not delete '%1'").arg(rest[0]))
+                                                  : withFileFailures(config, 2);
+    }
     if (command == "export") {
         if (QFileInfo(rest[1]).suffix() != "lcsettings")
             return fail("the export file must end in .lcsettings");
-        return config.exportSettingsTo(rest[1]) ? 0 : fail(QString("could not write %1").arg(rest[1]));
+        config.exportSettingsTo(rest[1]);
+        return withFileFailures(config, 0);
     }
     const QString path = SiteStore::pathForFilename(config.getSelectedConfigFilename());
     if (command == "show") {
@@ -185,7 +200,8 @@ int runSitesCommand(const QStringList& args) {
         value = QString::number(std::clamp(threads, KestConfigManager::minimumNumberOfThreads,
                                            KestConfigManager::maximumNumberOfThreads));
     }
-    if (!SiteStore::changeKeysInFile(path, {{key, value}}))
-        return fail(QString("could not write %1").arg(path));
-    return 0;
+    QString reason;
+    if (!SiteStore::changeKeysInFile(path, {{key, value}}, &reason))
+        return fail(KestConfigManager::writeFailureText(path, reason));
+    return withFileFailures(config, 0);
 }
