@@ -164,8 +164,9 @@ class Reader {
         case 0x3:
             if (info == 3 && fits(at, 8)) {
                 const double seconds = doubleAt(at);
-                // Seconds from the first of January 2001; a date past any calendar is refused.
-                if (!std::isfinite(seconds) || std::fabs(seconds) > 1e11)
+                // Seconds from the first of January 2001; dates beyond some nineteen centuries
+                // either way are refused, so that every date read can be written out again.
+                if (!std::isfinite(seconds) || std::fabs(seconds) > 6e10)
                     break;
                 out = QDateTime(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc())
                           .addMSecs(qint64(std::llround(seconds * 1000)));

@@ -9,9 +9,10 @@
 #include <QStringList>
 #include <QTimeZone>
 #include <QXmlStreamReader>
-#include <plist/plist++.h>
+#include <plist/plist.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -94,80 +95,91 @@ class XmlReader {
     QXmlStreamReader xml;
 };
 
-// A node ready to be copied into its parent. Dates are taken from a parsed document, which
-// then has to live until the copy is made.
-struct MadeNode {
-    std::unique_ptr<PList::Node> owned;
-    std::unique_ptr<PList::Structure> document;
-    const PList::Node* node = nullptr;
-};
+// Text as XML can carry it. Control characters (but tab and line ends), unpaired surrogates
+// and U+FFFE/U+FFFF have no form in XML 1.0: written as they are, they would make the whole
+// file unreadable, so they are left out.
+std::string xmlText(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            out.append(c);
+            out.append(text[++i]);
+            continue;
+        }
+        const char16_t u = c.unicode();
+        if ((u < 0x20 && u != '\t' && u != '\n' && u != '\r') || c.isSurrogate() || u == 0xFFFE ||
+            u == 0xFFFF)
+            continue;
+        out.append(c);
+    }
+    return out.toStdString();
+}
 
-MadeNode toNode(const QVariant& value);
+// Nodes are built with libplist's C interface, where a parent takes its children over: the
+// C++ wrappers copy every child into its parent and leak the copies of nested arrays.
+using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
 
-std::unique_ptr<PList::Dictionary> toDictionary(const QVariantMap& map) {
-    auto dict = std::make_unique<PList::Dictionary>();
+Node owned(plist_t node) {
+    return Node(node, &plist_free);
+}
+
+Node toNode(const QVariant& value);
+
+Node toDictionary(const QVariantMap& map) {
+    Node dict = owned(plist_new_dict());
     for (auto it = map.begin(); it != map.end(); ++it) {
-        const MadeNode made = toNode(it.value());
-        if (made.node)
-            dict->Set(it.key().toStdString(), made.node); // the dictionary keeps a copy
+        if (Node child = toNode(it.value()))
+            plist_dict_set_item(dict.get(), xmlText(it.key()).c_str(), child.release());
     }
     return dict;
 }
 
-MadeNode owning(std::unique_ptr<PList::Node> node) {
-    MadeNode made;
-    made.node = node.get();
-    made.owned = std::move(node);
-    return made;
-}
-
-MadeNode toNode(const QVariant& value) {
+Node toNode(const QVariant& value) {
     switch (value.typeId()) {
     case QMetaType::Bool:
-        return owning(std::make_unique<PList::Boolean>(value.toBool()));
+        return owned(plist_new_bool(value.toBool()));
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::Long:
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Short:
-        return owning(std::make_unique<PList::Integer>(uint64_t(value.toLongLong())));
+        return owned(plist_new_uint(uint64_t(value.toLongLong())));
     case QMetaType::Double:
     case QMetaType::Float:
-        return owning(std::make_unique<PList::Real>(value.toDouble()));
+        return owned(plist_new_real(value.toDouble()));
     case QMetaType::QDateTime: {
-        // A date node made in code, or a copy of a copy, trips an assertion of libplist 2.2;
-        // a date read from XML copies cleanly, so the date goes through its XML text.
-        const std::string xml = "<plist><dict><key>d</key><date>" +
+        if (!value.toDateTime().isValid())
+            return owned(nullptr); // no text to write; the key is left out
+        // libplist makes dates from 32-bit seconds; from their XML text they span any year.
+        const std::string xml = "<plist><date>" +
                                 value.toDateTime().toUTC().toString(Qt::ISODate).toStdString() +
-                                "</date></dict></plist>";
-        MadeNode made;
-        made.document.reset(PList::Structure::FromXml(xml));
-        auto* dict = dynamic_cast<PList::Dictionary*>(made.document.get());
-        if (dict && dict->Find("d") != dict->End())
-            made.node = dict->Find("d")->second;
-        return made;
+                                "</date></plist>";
+        plist_t date = nullptr;
+        plist_from_xml(xml.c_str(), uint32_t(xml.size()), &date);
+        return owned(date);
     }
     case QMetaType::QByteArray: {
         const QByteArray bytes = value.toByteArray();
-        return owning(std::make_unique<PList::Data>(std::vector<char>(bytes.begin(), bytes.end())));
+        return owned(plist_new_data(bytes.constData(), uint64_t(bytes.size())));
     }
     case QMetaType::QVariantList:
     case QMetaType::QStringList: {
-        auto array = std::make_unique<PList::Array>();
+        Node array = owned(plist_new_array());
         for (const QVariant& item : value.toList()) {
-            const MadeNode made = toNode(item);
-            if (made.node)
-                array->Append(const_cast<PList::Node*>(made.node)); // the array keeps a copy
+            if (Node child = toNode(item))
+                plist_array_append_item(array.get(), child.release());
         }
-        return owning(std::move(array));
+        return array;
     }
     case QMetaType::QVariantMap:
-        return owning(toDictionary(value.toMap()));
+        return toDictionary(value.toMap());
     case QMetaType::UnknownType:
-        return MadeNode();
+        return owned(nullptr);
     default:
-        return owning(std::make_unique<PList::String>(value.toString().toStdString()));
+        return owned(plist_new_string(xmlText(value.toString()).c_str()));
     }
 }
 
@@ -200,7 +212,12 @@ bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error) {
 }
 
 QByteArray toXml(const QVariantMap& dict) {
-    return QByteArray::fromStdString(toDictionary(dict)->ToXml());
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(toDictionary(dict).get(), &xml, &length);
+    const QByteArray out(xml, qsizetype(length));
+    plist_to_xml_free(xml);
+    return out;
 }
 
 bool readFile(const QString& path, QVariantMap& out, QString* error) {
