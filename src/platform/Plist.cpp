@@ -59,7 +59,8 @@ class XmlReader {
     }
 
     QVariant readValue(int depth) {
-        const QStringView name = xml.name();
+        // A copy: the reader's view of the name dies with the next read.
+        const QString name = xml.name().toString();
         const bool container = name == QLatin1String("dict") || name == QLatin1String("array");
         if (container && depth > Plist::maxDepth) {
             failWith(QString("nested deeper than %1 levels").arg(Plist::maxDepth));
