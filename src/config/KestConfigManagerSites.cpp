@@ -237,9 +237,7 @@ void KestConfigManager::saveFtpDetails() {
     QVariantMap changes;
     for (const char* key : {"ftpserver", "ftpusername", "ftppassword", "ftpdirectory"})
         changes.insert(key, stringForKey(key));
-    QString reason;
-    if (!SiteStore::changeKeysInFile(path, changes, &reason))
-        reportFileFailure("ftp details not written successfully", writeFailureText(path, reason));
+    changeSelectedFile(changes, "ftp details not written successfully");
     refreshStatusLineFromFile();
 }
 
