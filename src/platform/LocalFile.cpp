@@ -60,8 +60,11 @@ bool readRegularFile(const QString& path, qint64 maxBytes, QByteArray& out, QStr
         ::close(fd);
         return false;
     }
-    // A file that grows while it is read is cut off at the limit and refused.
-    out = file.read(maxBytes + 1);
+    // Read to the size it has, and past it only when it grows meanwhile; a file that grows
+    // beyond the limit is refused.
+    out = file.read(qint64(info.st_size) + 1);
+    if (out.size() > info.st_size)
+        out += file.read(maxBytes + 1 - out.size());
     if (out.size() > maxBytes) {
         out.clear();
         error = tooLarge;
