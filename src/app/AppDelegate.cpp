@@ -90,7 +90,10 @@ bool AppDelegate::applicationShouldTerminate() {
     // Every preference in one pass, the last site's delay and time-out among them. The
     // column choices of the flat report and the SEO table are preferences too and go here.
     preferences.takeFromSite(config);
-    preferences.save();
+    QString reason;
+    if (!preferences.save(&reason))
+        config.reportFileFailure("preferences not written successfully",
+                                 KestConfigManager::writeFailureText(Preferences::storeFilePath(), reason));
     config.saveMenuItem();
     clearTempFolder();
     clearArchiveFolder();

@@ -10,12 +10,14 @@
 int UnattendedRun::run(const QString& settingsPath) {
     const QFileInfo file(settingsPath);
     QVariantMap settings;
-    if (!file.isFile()) {
+    QString reason;
+    if (!file.exists()) {
         errorMessage = QString("cannot open %1: no such file").arg(settingsPath);
         return CouldNotRun;
     }
-    if (!Plist::readFile(file.absoluteFilePath(), settings)) {
-        errorMessage = QString("cannot open %1: not a settings file").arg(settingsPath);
+    // Read without waiting: a FIFO or a device named here is refused, never read.
+    if (!Plist::readFile(file.absoluteFilePath(), settings, &reason)) {
+        errorMessage = QString("cannot open %1: not a settings file (%2)").arg(settingsPath, reason);
         return CouldNotRun;
     }
 
@@ -43,6 +45,7 @@ int UnattendedRun::run(const QString& settingsPath) {
                            : QString("%1 matches no stored site and no site is selected").arg(settingsPath);
         ui.onResults = nullptr;
         app.applicationShouldTerminate();
+        fileFailures = config.getFileFailures();
         return CouldNotRun;
     }
     if (!ended)
@@ -52,5 +55,8 @@ int UnattendedRun::run(const QString& settingsPath) {
     statusLine = config.getStatus();
     const int bad = hub.countBadCollection();
     app.applicationShouldTerminate();
+    fileFailures = config.getFileFailures();
+    if (!fileFailures.isEmpty())
+        return SettingsNotSaved;
     return bad > 0 ? BadLinks : NoBadLinks;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class TerminalUserInterface;
 
@@ -9,7 +10,9 @@ class TerminalUserInterface;
 // stands for to its end, and a regular quit.
 class UnattendedRun {
   public:
-    enum ExitStatus { NoBadLinks = 0, BadLinks = 1, CouldNotRun = 2 };
+    // A settings, store or preference file that could not be written ends the run with the
+    // same status as a run that could not start: a schedule's log must not read as success.
+    enum ExitStatus { NoBadLinks = 0, BadLinks = 1, CouldNotRun = 2, SettingsNotSaved = 2 };
 
     explicit UnattendedRun(TerminalUserInterface& ui) : ui(ui) {}
 
@@ -19,6 +22,9 @@ class UnattendedRun {
     QString getStatusLine() const { return statusLine; }
     // Why nothing was crawled, when run gave CouldNotRun.
     QString getErrorMessage() const { return errorMessage; }
+    // Every file the run could not write, as "could not write PATH: REASON"; each was also
+    // shown as an alert.
+    QStringList getFileFailures() const { return fileFailures; }
     // Set when the file matched no stored site and the selected site was crawled instead.
     QString getWarning() const { return warning; }
 
@@ -27,4 +33,5 @@ class UnattendedRun {
     QString statusLine;
     QString errorMessage;
     QString warning;
+    QStringList fileFailures;
 };

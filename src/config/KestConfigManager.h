@@ -119,6 +119,14 @@ class KestConfigManager {
     bool didOpenSettings() const { return !settingsLoadedFromLocation.isEmpty(); }
     QString getSettingsLoadedFromLocation() const { return settingsLoadedFromLocation; }
 
+    // --- Files that could not be written (or removed).
+    // "could not write PATH: REASON", the form every such failure is told in.
+    static QString writeFailureText(const QString& path, const QString& reason);
+    // The log line, then the person is told: an alert through the user interface, and the
+    // message kept for a caller that reports it itself (the command line). The flow goes on.
+    void reportFileFailure(const QString& logLine, const QString& message);
+    const QStringList& getFileFailures() const { return fileFailures; }
+
     // Thumbnails are drawn by a later part; this is where a site's picture gets refreshed.
     void setThumb() {}
 
@@ -141,7 +149,8 @@ class KestConfigManager {
     void setSelectedFilenamePreference(const QString& filename);
     void refreshSitemapPath();
     void refreshStatusLineFromFile();
-    bool changeSelectedFile(const QVariantMap& changes);
+    // Changes keys of the selected site's file in place; a failure is reported with `logLine`.
+    bool changeSelectedFile(const QVariantMap& changes, const char* logLine);
     void applyFlag(const QVariantMap& dict, const QString& key);
     void applyText(const QVariantMap& dict, const QString& key, const QString& missing = QString());
     void askForFile(const QString& key);
@@ -166,4 +175,5 @@ class KestConfigManager {
     QString lastStatus, lastDateStamp;
     QString lastSelectedFilename; // newUISelectedFilename when no preferences are attached
     QList<std::function<void()>> newSiteSelectedObservers;
+    QStringList fileFailures;
 };

@@ -2,6 +2,7 @@
 // deletion, search, export and the matching of opened settings files.
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
+#include "platform/LocalFile.h"
 #include "platform/Plist.h"
 #include "platform/UserInterface.h"
 
@@ -15,8 +16,22 @@ QString KestConfigManager::selectedFilenamePreference() const {
 
 void KestConfigManager::setSelectedFilenamePreference(const QString& filename) {
     lastSelectedFilename = filename;
-    if (preferences)
-        preferences->setValueAndStore("newUISelectedFilename", filename);
+    QString reason;
+    if (preferences && !preferences->setValueAndStore("newUISelectedFilename", filename, &reason))
+        reportFileFailure("newUISelectedFilename not written successfully",
+                          writeFailureText(Preferences::storeFilePath(), reason));
+}
+
+QString KestConfigManager::writeFailureText(const QString& path, const QString& reason) {
+    return QString("could not write %1: %2").arg(path, reason);
+}
+
+void KestConfigManager::reportFileFailure(const QString& logLine, const QString& message) {
+    qInfo("%s", qPrintable(logLine));
+    fileFailures.append(message);
+    if (ui)
+        ui->alert("Settings not saved",
+                  message[0].toUpper() + message.mid(1) + ". The file was left as it was.");
 }
 
 void KestConfigManager::loadAllUrls() {
@@ -160,24 +175,31 @@ void KestConfigManager::saveMenuItem() {
     }
     const QVariantMap dict = compileConfigDict();
     creatingNewConfig = false;
-    if (!Plist::writeFile(path, dict))
-        qInfo("config not written successfully to %s", qPrintable(path));
+    QString reason;
+    if (!Plist::writeFile(path, dict, &reason))
+        reportFileFailure(QString("config not written successfully to %1").arg(path),
+                          writeFailureText(path, reason));
     if (toOpenedFile)
         return; // the edited mark stays as it stands
     siteStore.fileNameCollection[selectedIndex] = filename;
     edited = false;
 }
 
-bool KestConfigManager::changeSelectedFile(const QVariantMap& changes) {
-    return SiteStore::changeKeysInFile(SiteStore::pathForFilename(selectedConfigFilename), changes);
+bool KestConfigManager::changeSelectedFile(const QVariantMap& changes, const char* logLine) {
+    const QString path = SiteStore::pathForFilename(selectedConfigFilename);
+    QString reason;
+    if (SiteStore::changeKeysInFile(path, changes, &reason))
+        return true;
+    reportFileFailure(logLine, writeFailureText(path, reason));
+    return false;
 }
 
 void KestConfigManager::setNewName(const QString& name) {
     if (selectedIndex < 0)
         return;
     siteStore.nameCollection[selectedIndex] = name;
-    if (SiteStore::filenameExists(selectedConfigFilename) && !changeSelectedFile({{"name", name}}))
-        qInfo("new name not written successfully");
+    if (SiteStore::filenameExists(selectedConfigFilename))
+        changeSelectedFile({{"name", name}}, "new name not written successfully");
 }
 
 void KestConfigManager::setNewUrl(const QString& url) {
@@ -185,8 +207,7 @@ void KestConfigManager::setNewUrl(const QString& url) {
         return;
     siteStore.collection[selectedIndex] = url;
     working.insert("url", url);
-    if (!changeSelectedFile({{"url", url}}))
-        qInfo("new url not written successfully");
+    changeSelectedFile({{"url", url}}, "new url not written successfully");
 }
 
 void KestConfigManager::setStatus(const QString& status) {
@@ -197,16 +218,15 @@ void KestConfigManager::setStatus(const QString& status) {
     }
     if (selectedConfigFilename.isEmpty())
         return; // no site: a crawl started from the command line keeps its result in memory
-    if (!changeSelectedFile({{"status", status}}))
-        qInfo("status not written successfully");
+    changeSelectedFile({{"status", status}}, "status not written successfully");
 }
 
 void KestConfigManager::setDateStamp() {
     lastDateStamp = SiteStore::dateStampText(QDateTime::currentDateTime());
     if (creatingNewConfig) {
         tempDateStamp = lastDateStamp;
-    } else if (!selectedConfigFilename.isEmpty() && !changeSelectedFile({{"dateStamp", lastDateStamp}})) {
-        qInfo("datestamp not written successfully");
+    } else if (!selectedConfigFilename.isEmpty()) {
+        changeSelectedFile({{"dateStamp", lastDateStamp}}, "datestamp not written successfully");
     }
     refreshStatusLineFromFile();
 }
@@ -217,8 +237,7 @@ void KestConfigManager::saveFtpDetails() {
     QVariantMap changes;
     for (const char* key : {"ftpserver", "ftpusername", "ftppassword", "ftpdirectory"})
         changes.insert(key, stringForKey(key));
-    if (!SiteStore::changeKeysInFile(path, changes))
-        qInfo("ftp details not written successfully");
+    changeSelectedFile(changes, "ftp details not written successfully");
     refreshStatusLineFromFile();
 }
 
@@ -258,7 +277,13 @@ bool KestConfigManager::deleteMenuItem() {
         qInfo("Can't find file %s", qPrintable(path));
         return false;
     }
-    QFile::remove(path);
+    QFile file(path);
+    if (!file.remove()) {
+        // The site stays in the list, as its file stays in the store.
+        reportFileFailure(QString("config not deleted: %1").arg(path),
+                          QString("could not delete %1: %2").arg(path, file.errorString()));
+        return false;
+    }
     if (stringForKey("url") == siteStore.collection.value(index))
         setDefaults();
     siteStore.removeAt(index);
@@ -296,22 +321,34 @@ bool KestConfigManager::exportMenuItem() {
 }
 
 bool KestConfigManager::exportSettingsTo(const QString& path) {
-    if (Plist::writeFile(path, compileConfigDict()))
+    QString reason;
+    if (Plist::writeFile(path, compileConfigDict(), &reason))
         return true;
-    qInfo("Unsuccessful exporting settings to %s\n", qPrintable(path));
+    reportFileFailure(QString("Unsuccessful exporting settings to %1\n").arg(path),
+                      writeFailureText(path, reason));
     return false;
 }
 
 void KestConfigManager::saveBlankSettings() {
     SiteStore::createStoreIfMissing();
-    if (!Plist::writeFile(SiteStore::pathForFilename("lastused"), compileBlankDict()))
-        qInfo("lastused config not written successfully");
+    const QString path = SiteStore::pathForFilename("lastused");
+    QString reason;
+    if (!Plist::writeFile(path, compileBlankDict(), &reason))
+        reportFileFailure("lastused config not written successfully", writeFailureText(path, reason));
 }
 
 bool KestConfigManager::openSettings(const QString& path) {
     filter(QString());
     if (!QFileInfo::exists(path))
         return false;
+    // Opening a FIFO would wait for a writer for ever; a device is no settings file either.
+    const QString kind = LocalFile::specialKind(path);
+    if (!kind.isEmpty()) {
+        qInfo("not opening %s: it is %s", qPrintable(path), qPrintable(kind));
+        if (ui)
+            ui->alert("Cannot open settings", QString("%1 is %2, not a settings file.").arg(path, kind));
+        return false;
+    }
     const QVariantMap opened = Plist::readFile(path);
     auto sameText = [&](const QVariantMap& site, const char* key) {
         return site.value(key).toString() == opened.value(key).toString();

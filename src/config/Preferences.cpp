@@ -3,8 +3,10 @@
 #include "config/KestConfigManager.h"
 #include "platform/UrlRequest.h"
 
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QStorageInfo>
 #include <QStringList>
 
 namespace {
@@ -130,6 +132,27 @@ QSettings* openStore() {
     return new QSettings(Preferences::storeFilePath(), QSettings::NativeFormat);
 }
 
+// The store's writer keeps the old file when a write fails but says only that it failed; the
+// reason is read off the folder the file lives in.
+bool synced(QSettings& store, QString* error) {
+    store.sync();
+    if (store.status() == QSettings::NoError)
+        return true;
+    if (error) {
+        const QFileInfo file(store.fileName());
+        const QStorageInfo volume(file.absolutePath());
+        if (!QFileInfo(file.absolutePath()).isDir())
+            *error = "its folder could not be made";
+        else if (volume.isValid() && volume.isReadOnly())
+            *error = "Read-only file system";
+        else if (volume.isValid() && volume.bytesAvailable() < 64 * 1024)
+            *error = "No space left on device";
+        else
+            *error = "Permission denied";
+    }
+    return false;
+}
+
 bool isOwnAgent(const QString& agent) {
     return agent.size() > 9 && (agent.startsWith("trellium/") || agent.startsWith("Trellium/"));
 }
@@ -244,7 +267,7 @@ void Preferences::load() {
     }
 }
 
-void Preferences::save() const {
+bool Preferences::save(QString* error) const {
     std::unique_ptr<QSettings> store(openStore());
     QStringList written;
     auto write = [&](const QString& key, Form form) {
@@ -267,7 +290,7 @@ void Preferences::save() const {
         if (!written.contains(it.key()))
             store->setValue(it.key(), it.value());
     }
-    store->sync();
+    return synced(*store, error);
 }
 
 void Preferences::takeFromSite(const KestConfigManager& site) {
@@ -293,11 +316,13 @@ void Preferences::setValue(const QString& key, const QVariant& v) {
     values.insert(key, v);
 }
 
-void Preferences::setValueAndStore(const QString& key, const QVariant& v) {
+bool Preferences::setValueAndStore(const QString& key, const QVariant& v, QString* error) {
     values.insert(key, v);
     std::unique_ptr<QSettings> store(openStore());
+    if (store->contains(key) && store->value(key) == v)
+        return true;
     store->setValue(key, v);
-    store->sync();
+    return synced(*store, error);
 }
 
 void Preferences::remove(const QString& key) {

@@ -33,8 +33,9 @@ class Preferences {
     // Registers the defaults, then reads every stored preference in the order of the table,
     // the limits last. A missing key keeps its initial value.
     void load();
-    // Writes every value in its stored form; called once at a regular quit.
-    void save() const;
+    // Writes every value in its stored form; called once at a regular quit. False, with the
+    // reason in `error`, when the store could not be written; it then stays as it was.
+    bool save(QString* error = nullptr) const;
     // The site values that are kept as preferences at quit: delay, timeout, KestreliaSitemapOnly.
     void takeFromSite(const KestConfigManager& site);
 
@@ -44,8 +45,9 @@ class Preferences {
     bool boolValue(const QString& key) const;
     bool contains(const QString& key) const { return values.contains(key) || registered.contains(key); }
     void setValue(const QString& key, const QVariant& value);
-    // Sets and writes at once: `newUISelectedFilename` does not wait for quit.
-    void setValueAndStore(const QString& key, const QVariant& value);
+    // Sets and writes at once: `newUISelectedFilename` does not wait for quit. A value the
+    // store already holds is not written again. False, with the reason, when the write failed.
+    bool setValueAndStore(const QString& key, const QVariant& value, QString* error = nullptr);
     void remove(const QString& key);
     // Sets and writes one preference at once, converted to the form it is stored in.
     void setValueAndStoreInItsForm(const QString& key, const QVariant& value);

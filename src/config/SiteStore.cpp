@@ -1,5 +1,6 @@
 #include "config/SiteStore.h"
 
+#include "platform/LocalFile.h"
 #include "platform/Plist.h"
 
 #include <QDebug>
@@ -95,13 +96,17 @@ QString SiteStore::getThumbForFilename(const QString& filename) {
     return QFileInfo::exists(thumb) ? thumb : QString(":/defaultWebIcon.png");
 }
 
-bool SiteStore::changeKeysInFile(const QString& path, const QVariantMap& changes) {
+bool SiteStore::changeKeysInFile(const QString& path, const QVariantMap& changes, QString* error) {
     QVariantMap dict;
-    if (!Plist::readFile(path, dict))
+    QString reason;
+    if (!Plist::readFile(path, dict, &reason)) {
+        if (error)
+            *error = "it could not be read: " + reason;
         return false;
+    }
     for (auto it = changes.begin(); it != changes.end(); ++it)
         dict.insert(it.key(), it.value());
-    return Plist::writeFile(path, dict);
+    return Plist::writeFile(path, dict, error);
 }
 
 QString SiteStore::dateStampText(const QDateTime& when) {
@@ -146,6 +151,17 @@ void SiteStore::loadAllUrls() {
     for (const QString& entry : entries) {
         if (isReservedEntry(entry))
             continue;
+        // A FIFO would block the reader and a device fill memory: such entries are no sites.
+        const QString path = pathForFilename(entry);
+        const QString kind = LocalFile::specialKind(path);
+        if (!kind.isEmpty()) {
+            qInfo("skipping %s in the store: it is %s", qPrintable(entry), qPrintable(kind));
+            continue;
+        }
+        const QFileInfo info(path);
+        if (info.isFile() && info.size() > Plist::maxFileSize)
+            qInfo("not reading %s in the store: larger than %lld bytes", qPrintable(entry),
+                  static_cast<long long>(Plist::maxFileSize));
         // Anything else counts as a site, settings or not: its url falls back to its name.
         const QString url = getUrlForFilename(entry);
         const QString name = getNameForFilename(entry);

@@ -33,8 +33,9 @@ class SiteStore {
     static QString getThumbForFilename(const QString& filename);
 
     // Reads the file at `path`, sets `changes` over its keys and writes all of it back, so
-    // keys the working copy does not know survive. False when it can't read or write.
-    static bool changeKeysInFile(const QString& path, const QVariantMap& changes);
+    // keys the working copy does not know survive. False when it can't read or write, with
+    // the reason in `error`; the file is then left as it was.
+    static bool changeKeysInFile(const QString& path, const QVariantMap& changes, QString* error = nullptr);
 
     // The dateStamp text: medium date and short time of the current locale, and its reading.
     static QString dateStampText(const QDateTime& when);

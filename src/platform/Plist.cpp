@@ -1,151 +1,186 @@
 #include "platform/Plist.h"
 
+#include "platform/BinaryPlist.h"
+#include "platform/LocalFile.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QSaveFile>
 #include <QStringList>
 #include <QTimeZone>
 #include <QXmlStreamReader>
-#include <plist/plist++.h>
+#include <plist/plist.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace {
 
 // Reading goes through Qt's XML reader: the arrays that libplist++ 2.2 hands back from a
 // parsed list come back empty.
-QVariant readValue(QXmlStreamReader& xml, bool& ok);
+class XmlReader {
+  public:
+    explicit XmlReader(const QByteArray& bytes) : xml(bytes) {}
 
-QVariantMap readDict(QXmlStreamReader& xml, bool& ok) {
-    QVariantMap out;
-    while (ok && xml.readNextStartElement()) {
-        if (xml.name() != QLatin1String("key")) {
-            ok = false;
-            break;
-        }
-        const QString key = xml.readElementText();
-        if (!xml.readNextStartElement()) {
-            ok = false;
-            break;
-        }
-        out.insert(key, readValue(xml, ok));
+    bool readRoot(QVariantMap& out) {
+        if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist") ||
+            !xml.readNextStartElement() || xml.name() != QLatin1String("dict"))
+            return failWith("not a property list with a dictionary at its root");
+        out = readDict(1);
+        if (error.isEmpty() && xml.hasError())
+            failWith(xml.errorString());
+        return error.isEmpty();
     }
-    return out;
-}
 
-QVariant readValue(QXmlStreamReader& xml, bool& ok) {
-    const QStringView name = xml.name();
-    if (name == QLatin1String("dict"))
-        return readDict(xml, ok);
-    if (name == QLatin1String("array")) {
-        QVariantList out;
-        while (ok && xml.readNextStartElement())
-            out.append(readValue(xml, ok));
+    QString error;
+
+  private:
+    bool failWith(const QString& reason) {
+        if (error.isEmpty())
+            error = reason;
+        return false;
+    }
+
+    QVariantMap readDict(int depth) {
+        QVariantMap out;
+        while (error.isEmpty() && xml.readNextStartElement()) {
+            if (xml.name() != QLatin1String("key")) {
+                failWith("a dictionary entry without its key");
+                break;
+            }
+            const QString key = xml.readElementText();
+            if (!xml.readNextStartElement()) {
+                failWith(QString("no value for the key '%1'").arg(key));
+                break;
+            }
+            out.insert(key, readValue(depth + 1));
+        }
         return out;
     }
-    if (name == QLatin1String("true") || name == QLatin1String("false")) {
-        xml.skipCurrentElement();
-        return name == QLatin1String("true");
+
+    QVariant readValue(int depth) {
+        // A copy: the reader's view of the name dies with the next read.
+        const QString name = xml.name().toString();
+        const bool container = name == QLatin1String("dict") || name == QLatin1String("array");
+        if (container && depth > Plist::maxDepth) {
+            failWith(QString("nested deeper than %1 levels").arg(Plist::maxDepth));
+            return QVariant();
+        }
+        if (name == QLatin1String("dict"))
+            return readDict(depth);
+        if (name == QLatin1String("array")) {
+            QVariantList out;
+            while (error.isEmpty() && xml.readNextStartElement())
+                out.append(readValue(depth + 1));
+            return out;
+        }
+        if (name == QLatin1String("true") || name == QLatin1String("false")) {
+            xml.skipCurrentElement();
+            return name == QLatin1String("true");
+        }
+        const QString text = xml.readElementText();
+        if (name == QLatin1String("string"))
+            return text;
+        if (name == QLatin1String("integer"))
+            return text.trimmed().toLongLong();
+        if (name == QLatin1String("real"))
+            return text.trimmed().toDouble();
+        if (name == QLatin1String("date"))
+            return QDateTime::fromString(text.trimmed(), Qt::ISODate);
+        if (name == QLatin1String("data"))
+            return QByteArray::fromBase64(text.toLatin1());
+        failWith(QString("unknown element <%1>").arg(name));
+        return QVariant();
     }
-    const QString text = xml.readElementText();
-    if (name == QLatin1String("string"))
-        return text;
-    if (name == QLatin1String("integer"))
-        return text.trimmed().toLongLong();
-    if (name == QLatin1String("real"))
-        return text.trimmed().toDouble();
-    if (name == QLatin1String("date"))
-        return QDateTime::fromString(text.trimmed(), Qt::ISODate);
-    if (name == QLatin1String("data"))
-        return QByteArray::fromBase64(text.toLatin1());
-    ok = false;
-    return QVariant();
-}
 
-bool readXml(const QByteArray& bytes, QVariantMap& out) {
-    QXmlStreamReader xml(bytes);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist") || !xml.readNextStartElement() ||
-        xml.name() != QLatin1String("dict"))
-        return false;
-    bool ok = true;
-    out = readDict(xml, ok);
-    return ok && !xml.hasError();
-}
-
-// A node ready to be copied into its parent. Dates are taken from a parsed document, which
-// then has to live until the copy is made.
-struct MadeNode {
-    std::unique_ptr<PList::Node> owned;
-    std::unique_ptr<PList::Structure> document;
-    const PList::Node* node = nullptr;
+    QXmlStreamReader xml;
 };
 
-MadeNode toNode(const QVariant& value);
+// Text as XML can carry it. Control characters (but tab and line ends), unpaired surrogates
+// and U+FFFE/U+FFFF have no form in XML 1.0: written as they are, they would make the whole
+// file unreadable, so they are left out.
+std::string xmlText(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            out.append(c);
+            out.append(text[++i]);
+            continue;
+        }
+        const char16_t u = c.unicode();
+        if ((u < 0x20 && u != '\t' && u != '\n' && u != '\r') || c.isSurrogate() || u == 0xFFFE ||
+            u == 0xFFFF)
+            continue;
+        out.append(c);
+    }
+    return out.toStdString();
+}
 
-std::unique_ptr<PList::Dictionary> toDictionary(const QVariantMap& map) {
-    auto dict = std::make_unique<PList::Dictionary>();
+// Nodes are built with libplist's C interface, where a parent takes its children over: the
+// C++ wrappers copy every child into its parent and leak the copies of nested arrays.
+using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
+
+Node owned(plist_t node) {
+    return Node(node, &plist_free);
+}
+
+Node toNode(const QVariant& value);
+
+Node toDictionary(const QVariantMap& map) {
+    Node dict = owned(plist_new_dict());
     for (auto it = map.begin(); it != map.end(); ++it) {
-        const MadeNode made = toNode(it.value());
-        if (made.node)
-            dict->Set(it.key().toStdString(), made.node); // the dictionary keeps a copy
+        if (Node child = toNode(it.value()))
+            plist_dict_set_item(dict.get(), xmlText(it.key()).c_str(), child.release());
     }
     return dict;
 }
 
-MadeNode owning(std::unique_ptr<PList::Node> node) {
-    MadeNode made;
-    made.node = node.get();
-    made.owned = std::move(node);
-    return made;
-}
-
-MadeNode toNode(const QVariant& value) {
+Node toNode(const QVariant& value) {
     switch (value.typeId()) {
     case QMetaType::Bool:
-        return owning(std::make_unique<PList::Boolean>(value.toBool()));
+        return owned(plist_new_bool(value.toBool()));
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::Long:
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Short:
-        return owning(std::make_unique<PList::Integer>(uint64_t(value.toLongLong())));
+        return owned(plist_new_uint(uint64_t(value.toLongLong())));
     case QMetaType::Double:
     case QMetaType::Float:
-        return owning(std::make_unique<PList::Real>(value.toDouble()));
+        return owned(plist_new_real(value.toDouble()));
     case QMetaType::QDateTime: {
-        // A date node made in code, or a copy of a copy, trips an assertion of libplist 2.2;
-        // a date read from XML copies cleanly, so the date goes through its XML text.
-        const std::string xml = "<plist><dict><key>d</key><date>" +
+        if (!value.toDateTime().isValid())
+            return owned(nullptr); // no text to write; the key is left out
+        // libplist makes dates from 32-bit seconds; from their XML text they span any year.
+        const std::string xml = "<plist><date>" +
                                 value.toDateTime().toUTC().toString(Qt::ISODate).toStdString() +
-                                "</date></dict></plist>";
-        MadeNode made;
-        made.document.reset(PList::Structure::FromXml(xml));
-        auto* dict = dynamic_cast<PList::Dictionary*>(made.document.get());
-        if (dict && dict->Find("d") != dict->End())
-            made.node = dict->Find("d")->second;
-        return made;
+                                "</date></plist>";
+        plist_t date = nullptr;
+        plist_from_xml(xml.c_str(), uint32_t(xml.size()), &date);
+        return owned(date);
     }
     case QMetaType::QByteArray: {
         const QByteArray bytes = value.toByteArray();
-        return owning(std::make_unique<PList::Data>(std::vector<char>(bytes.begin(), bytes.end())));
+        return owned(plist_new_data(bytes.constData(), uint64_t(bytes.size())));
     }
     case QMetaType::QVariantList:
     case QMetaType::QStringList: {
-        auto array = std::make_unique<PList::Array>();
+        Node array = owned(plist_new_array());
         for (const QVariant& item : value.toList()) {
-            const MadeNode made = toNode(item);
-            if (made.node)
-                array->Append(const_cast<PList::Node*>(made.node)); // the array keeps a copy
+            if (Node child = toNode(item))
+                plist_array_append_item(array.get(), child.release());
         }
-        return owning(std::move(array));
+        return array;
     }
     case QMetaType::QVariantMap:
-        return owning(toDictionary(value.toMap()));
+        return toDictionary(value.toMap());
     case QMetaType::UnknownType:
-        return MadeNode();
+        return owned(nullptr);
     default:
-        return owning(std::make_unique<PList::String>(value.toString().toStdString()));
+        return owned(plist_new_string(xmlText(value.toString()).c_str()));
     }
 }
 
@@ -153,34 +188,49 @@ MadeNode toNode(const QVariant& value) {
 
 namespace Plist {
 
-bool fromData(const QByteArray& bytes, QVariantMap& out) {
+bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error) {
     out.clear();
-    QByteArray xml = bytes;
+    QString reason;
     if (bytes.startsWith("bplist")) {
-        // A binary list is turned into its XML form first.
-        std::unique_ptr<PList::Structure> root(
-            PList::Structure::FromBin(std::vector<char>(bytes.begin(), bytes.end())));
-        if (!root)
-            return false;
-        xml = QByteArray::fromStdString(root->ToXml());
+        QVariant root;
+        if (BinaryPlist::read(bytes, maxDepth, root, reason)) {
+            if (root.typeId() == QMetaType::QVariantMap)
+                out = root.toMap();
+            else
+                reason = "not a property list with a dictionary at its root";
+        }
+    } else {
+        XmlReader reader(bytes);
+        if (!reader.readRoot(out))
+            reason = reader.error;
     }
-    if (!readXml(xml, out)) {
-        out.clear();
-        return false;
-    }
-    return true;
+    if (reason.isEmpty())
+        return true;
+    out.clear();
+    if (error)
+        *error = reason;
+    return false;
 }
 
 QByteArray toXml(const QVariantMap& dict) {
-    return QByteArray::fromStdString(toDictionary(dict)->ToXml());
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(toDictionary(dict).get(), &xml, &length);
+    const QByteArray out(xml, qsizetype(length));
+    plist_to_xml_free(xml);
+    return out;
 }
 
-bool readFile(const QString& path, QVariantMap& out) {
+bool readFile(const QString& path, QVariantMap& out, QString* error) {
     out.clear();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    QByteArray bytes;
+    QString reason;
+    if (!LocalFile::readRegularFile(path, maxFileSize, bytes, reason)) {
+        if (error)
+            *error = reason;
         return false;
-    return fromData(file.readAll(), out);
+    }
+    return fromData(bytes, out, error);
 }
 
 QVariantMap readFile(const QString& path) {
@@ -189,16 +239,18 @@ QVariantMap readFile(const QString& path) {
     return out;
 }
 
-bool writeFile(const QString& path, const QVariantMap& dict) {
+bool writeFile(const QString& path, const QVariantMap& dict, QString* error) {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
     const QByteArray bytes = toXml(dict);
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    // The data is flushed before the commit and the flush checked: a commit alone renames an
+    // empty file over the old one when the disk is full.
+    const bool ok = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
+    if (ok && file.commit())
+        return true;
+    if (error)
+        *error = file.errorString();
+    file.cancelWriting();
+    return false;
 }
 
 } // namespace Plist

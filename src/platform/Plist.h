@@ -10,16 +10,24 @@
 // QVariantList, dictionary - QVariantMap.
 namespace Plist {
 
+// Arrays and dictionaries nested deeper than this are refused: no settings file comes near,
+// and a reader that followed a hostile file down would run out of stack.
+constexpr int maxDepth = 512;
+// Files larger than this are not read; a settings file is a few kilobytes.
+constexpr qint64 maxFileSize = 16 * 1024 * 1024;
+
 // Parses XML (or binary) property-list bytes whose root is a dictionary. Returns false, and
-// leaves `out` empty, when the bytes are not such a list.
-bool fromData(const QByteArray& bytes, QVariantMap& out);
+// leaves `out` empty, when the bytes are not such a list; `error` then says why.
+bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error = nullptr);
 QByteArray toXml(const QVariantMap& dict);
 
-// Reads a file; false when it is missing, unreadable or not a dictionary.
-bool readFile(const QString& path, QVariantMap& out);
+// Reads a file; false when it is missing, unreadable, not a regular file of at most
+// maxFileSize bytes, or not a dictionary. Never blocks on a FIFO or device.
+bool readFile(const QString& path, QVariantMap& out, QString* error = nullptr);
 // The dictionary of a file, empty when it can't be read.
 QVariantMap readFile(const QString& path);
-// Writes atomically: a temporary file renamed over the old one, so a reader never sees half.
-bool writeFile(const QString& path, const QVariantMap& dict);
+// Writes atomically: a temporary file renamed over the old one, so a reader never sees half,
+// and a failed write (a full disk, a read-only folder) leaves the old file as it was.
+bool writeFile(const QString& path, const QVariantMap& dict, QString* error = nullptr);
 
 } // namespace Plist

@@ -117,3 +117,165 @@ TEST(Plist, FailedWriteLeavesTheOldFile) {
     EXPECT_EQ(readAll(file), old);
     EXPECT_TRUE(Plist::readFile(home.path() + "/nothing").isEmpty());
 }
+
+namespace {
+
+// A binary list made object by object: object 0 is the root, references take two bytes.
+QByteArray bplist(const QList<QByteArray>& objects) {
+    QByteArray out = "bplist00";
+    QList<quint32> offsets;
+    for (const QByteArray& object : objects) {
+        offsets.append(quint32(out.size()));
+        out += object;
+    }
+    const quint64 table = quint64(out.size());
+    for (quint32 offset : offsets)
+        out += QByteArray(1, char(offset >> 24)) + char(offset >> 16) + char(offset >> 8) + char(offset);
+    out += QByteArray(6, '\0') + char(4) + char(2);
+    for (quint64 value : {quint64(objects.size()), quint64(0), table})
+        for (int shift = 56; shift >= 0; shift -= 8)
+            out += char(value >> shift);
+    return out;
+}
+
+// An array or dictionary marker with its count, then two-byte references.
+QByteArray container(char kind, const QList<int>& refs, qsizetype count) {
+    QByteArray out(1, char(kind | char(count < 15 ? count : 15)));
+    if (count >= 15)
+        out += QByteArray("\x11") + char(count >> 8) + char(count);
+    for (int ref : refs)
+        out += QByteArray(1, char(ref >> 8)) + char(ref);
+    return out;
+}
+QByteArray array(const QList<int>& refs) {
+    return container(char(0xA0), refs, refs.size());
+}
+QByteArray dict(const QList<int>& keys, const QList<int>& values) {
+    return container(char(0xD0), keys + values, keys.size());
+}
+QByteArray ascii(const QByteArray& text) {
+    return char(0x50 | text.size()) + text;
+}
+
+// A root {"k": chain} where the chain is `levels` arrays, each holding the next; the last
+// holds `innermost` (-1: nothing).
+QList<QByteArray> chain(int levels, int innermost = -1) {
+    QList<QByteArray> objects = {dict({1}, {2}), ascii("k")};
+    for (int i = 0; i < levels; ++i)
+        objects.append(i + 1 < levels ? array({i + 3}) : (innermost < 0 ? array({}) : array({innermost})));
+    return objects;
+}
+
+QByteArray xmlChain(int levels) {
+    return "<plist><dict><key>k</key>" + QByteArray("<array>").repeated(levels) +
+           QByteArray("</array>").repeated(levels) + "</dict></plist>";
+}
+
+} // namespace
+
+// The root dictionary is the first level: 511 arrays below it are the deepest list read.
+// Deeper lists, loops and lists that share one object all the way down end at once with a
+// reason, never in a crash or a walk that does not end.
+TEST(Plist, DeepAndTangledListsAreRefused) {
+    // A diamond: each level's array holds the next level twice, 2^400 paths in all.
+    QList<QByteArray> diamond = {dict({1}, {2}), ascii("k")};
+    for (int i = 0; i < 400; ++i)
+        diamond.append(i + 1 < 400 ? array({i + 3, i + 3}) : array({}));
+    // An object first met shallow and met again under 300 more levels.
+    QList<QByteArray> shared = {dict({1, 2}, {3, 303}), ascii("a"), ascii("b")};
+    for (int i = 0; i < 300; ++i)
+        shared.append(i + 1 < 300 ? array({i + 4}) : array({}));
+    for (int i = 0; i < 300; ++i)
+        shared.append(i + 1 < 300 ? array({i + 304}) : array({3}));
+
+    struct Case {
+        const char* name;
+        QByteArray bytes;
+        const char* error; // nullptr: read
+    };
+    const Case cases[] = {
+        {"xml at the limit", xmlChain(511), nullptr},
+        {"xml one past", xmlChain(512), "nested deeper than 512 levels"},
+        {"xml 50,000 deep", xmlChain(50000), "nested deeper than 512 levels"},
+        {"binary at the limit", bplist(chain(511)), nullptr},
+        {"binary one past", bplist(chain(512)), "nested deeper than 512 levels"},
+        {"binary 50,000 deep", bplist(chain(50000)), "nested deeper than 512 levels"},
+        {"binary loop", bplist(chain(3, 2)), "contains itself"},
+        {"binary diamond", bplist(diamond), nullptr},
+        {"binary shared object too deep", bplist(shared), "nested deeper than 512 levels"},
+        {"binary reference past the end", bplist({dict({1}, {9}), ascii("k")}), "missing object"},
+        {"binary cut short", bplist(chain(3)).chopped(5), "binary property list"},
+        {"binary count past the end", bplist({dict({1}, {2}), ascii("k"), QByteArray("\x5f\x11\x7f\xff")}),
+         "past its end"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        QVariantMap out;
+        QString error;
+        EXPECT_EQ(Plist::fromData(c.bytes, out, &error), c.error == nullptr);
+        if (c.error) {
+            EXPECT_TRUE(error.contains(c.error)) << error.toStdString();
+            EXPECT_TRUE(out.isEmpty());
+        } else {
+            EXPECT_TRUE(out.contains("k"));
+        }
+    }
+}
+
+TEST(Plist, BinaryValuesReadAsTheirKinds) {
+    QByteArray utf16("\x62", 1);
+    utf16 += QByteArray("\x00\xe9\x00\x21", 4); // "é!" in UTF-16, big-endian
+    const QByteArray objects[] = {ascii("s"), utf16, ascii("n"),
+                                  QByteArray("\x13\xff\xff\xff\xff\xff\xff\xff\xfe", 9), ascii("on"),
+                                  QByteArray("\x09"), ascii("d"), QByteArray("\x42\x00\xff", 3), ascii("r"),
+                                  QByteArray("\x23\x3f\xd0\x00\x00\x00\x00\x00\x00", 9), ascii("when"),
+                                  // 86,400 seconds after 2001-01-01
+                                  QByteArray("\x33\x40\xf5\x18\x00\x00\x00\x00\x00", 9)};
+    QList<QByteArray> list = {dict({1, 3, 5, 7, 9, 11}, {2, 4, 6, 8, 10, 12})};
+    for (const QByteArray& object : objects)
+        list.append(object);
+    QVariantMap out;
+    ASSERT_TRUE(Plist::fromData(bplist(list), out));
+    EXPECT_EQ(out.value("s").toString(), QString("é!"));
+    EXPECT_EQ(out.value("n").toLongLong(), -2);
+    EXPECT_EQ(out.value("on"), QVariant(true));
+    EXPECT_EQ(out.value("d").toByteArray(), QByteArray("\x00\xff", 2));
+    EXPECT_DOUBLE_EQ(out.value("r").toDouble(), 0.25);
+    EXPECT_EQ(out.value("when").toDateTime(), QDateTime(QDate(2001, 1, 2), QTime(0, 0), QTimeZone::utc()));
+}
+
+// A name typed with a control character must not make the site's file unreadable.
+TEST(Plist, WrittenTextAlwaysReadsBack) {
+    const QString text = QString("a\x01") + QChar(0xD800) + "b\x1f" + QChar(0xFFFF) + "\tc";
+    QVariantMap out;
+    ASSERT_TRUE(Plist::fromData(Plist::toXml({{"name", text}, {QString("k\x02"), "v"}}), out));
+    EXPECT_EQ(out.value("name").toString(), "ab\tc");
+    EXPECT_EQ(out.value("k").toString(), "v");
+}
+
+// Files that are no regular file of a sane size are refused at once, without waiting on a
+// FIFO or reading a device without end.
+TEST(Plist, ReadsOnlyRegularFilesOfSaneSize) {
+    TempHome home;
+    const QString dir = home.path();
+    ASSERT_EQ(mkfifo(QFile::encodeName(dir + "/fifo").constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link("/dev/zero", dir + "/zero"));
+    ASSERT_TRUE(QFile::link(dir + "/fifo", dir + "/to-fifo"));
+    QFile big(dir + "/big");
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(Plist::maxFileSize + 1));
+    big.close();
+    ASSERT_TRUE(Plist::writeFile(dir + "/good", {{"url", "u"}}));
+    const QPair<const char*, const char*> cases[] = {
+        {"fifo", "a FIFO"}, {"zero", "a device"},        {"to-fifo", "a FIFO"}, {"big", "larger than"},
+        {".", "a folder"},  {"missing", "No such file"}, {"good", nullptr},
+    };
+    for (const auto& [name, error] : cases) {
+        SCOPED_TRACE(name);
+        QVariantMap out;
+        QString reason;
+        EXPECT_EQ(Plist::readFile(dir + "/" + name, out, &reason), error == nullptr);
+        if (error) {
+            EXPECT_TRUE(reason.contains(error)) << reason.toStdString();
+        }
+    }
+}

@@ -8,7 +8,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -415,4 +421,76 @@ TEST_F(SiteStoreTest, BlankSettingsGoToLastused) {
     EXPECT_EQ(readSite("lastused").size(), 75);
     config.loadAllUrls();
     EXPECT_EQ(config.store().count(), 0);
+}
+
+// A FIFO would block the scan and /dev/zero fill memory: such entries, and links to them, are
+// no sites. A regular file too large to read still shows as a stray entry.
+TEST_F(SiteStoreTest, LoadSkipsFifosDevicesAndSockets) {
+    writeSite("site", {{"url", "http://a/"}, {"name", "Site"}});
+    ASSERT_EQ(mkfifo(QFile::encodeName(store() + "/fifo").constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link("/dev/zero", store() + "/zero"));
+    ASSERT_TRUE(QFile::link(store() + "/fifo", store() + "/to-fifo"));
+    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray socketPath = QFile::encodeName(store() + "/socket");
+    ASSERT_LT(size_t(socketPath.size()), sizeof address.sun_path);
+    std::memcpy(address.sun_path, socketPath.constData(), size_t(socketPath.size()));
+    ASSERT_EQ(bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    QFile big(store() + "/big");
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(Plist::maxFileSize + 1));
+    big.close();
+
+    config.loadAllUrls();
+    close(sock);
+    EXPECT_EQ(config.store().fileNameCollection, QStringList({"big", "site"}));
+    EXPECT_EQ(config.store().nameCollection, QStringList({"big", "Site"}));
+}
+
+// Every write of the selected site's file that fails is told with the file's path, and the
+// flow goes on with the list as it was. The site's file is a folder here, which no write or
+// delete can replace, even as root.
+TEST_F(SiteStoreTest, FailedWritesAreToldWithThePath) {
+    QDir().mkpath(store() + "/a");
+    writeSite("a/inside", {{"url", "x"}});
+    const QString path = store() + "/a";
+    struct Case {
+        const char* name;
+        std::function<void(KestConfigManager&)> act;
+    };
+    const Case cases[] = {
+        {"save", [](KestConfigManager& c) { c.saveMenuItem(); }},
+        {"rename", [](KestConfigManager& c) { c.setNewName("B"); }},
+        {"new url", [](KestConfigManager& c) { c.setNewUrl("http://b/"); }},
+        {"status", [](KestConfigManager& c) { c.setStatus("1 of 1 links checked, 0 bad"); }},
+        {"date stamp", [](KestConfigManager& c) { c.setDateStamp(); }},
+        {"delete", [](KestConfigManager& c) { EXPECT_FALSE(c.deleteMenuItem()); }},
+        {"export", [&](KestConfigManager& c) { EXPECT_FALSE(c.exportSettingsTo(path)); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        KestConfigManager manager(&preferences, &ui);
+        manager.loadAllUrls();
+        ASSERT_TRUE(manager.selectRow(0) || manager.getSelectedRow() == 0);
+        ui.alerts.clear();
+        c.act(manager);
+        ASSERT_EQ(manager.getFileFailures().size(), 1);
+        EXPECT_TRUE(manager.getFileFailures()[0].contains(path));
+        ASSERT_FALSE(ui.alerts.isEmpty()); // after the question of a delete, if any
+        EXPECT_EQ(ui.alerts.last().first, "Settings not saved");
+        EXPECT_TRUE(ui.alerts.last().second.contains(path)) << ui.alerts.last().second.toStdString();
+        EXPECT_EQ(manager.store().count(), 1);
+        EXPECT_TRUE(QFileInfo(path + "/inside").isFile());
+    }
+}
+
+// A settings file handed to the window that is a FIFO is refused at once with an alert.
+TEST_F(SiteStoreTest, OpeningAFifoIsRefusedWithAnAlert) {
+    const QString fifo = home.path() + "/scan.lcsettings";
+    ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    config.loadAllUrls();
+    EXPECT_FALSE(config.openSettings(fifo));
+    ASSERT_EQ(ui.alerts.size(), 1);
+    EXPECT_EQ(ui.alerts[0].first, "Cannot open settings");
+    EXPECT_TRUE(ui.alerts[0].second.contains("a FIFO"));
 }

@@ -15,7 +15,8 @@ const char* usage = "usage: trellium run FILE.lcsettings\n"
                     "last check are updated. A file that matches no site runs the site selected last.\n"
                     "\n"
                     "Prints the closing status line. Exit status: 0 when no link is bad, 1 when some are,\n"
-                    "2 when the file cannot be opened or the crawl cannot start.\n";
+                    "2 when the file cannot be opened, the crawl cannot start, or a settings file could\n"
+                    "not be written (its path and the reason are printed; the old file stays as it was).\n";
 
 } // namespace
 
@@ -34,10 +35,12 @@ int runRunCommand(const QStringList& args) {
     ui.finishProgressLine();
     if (!run.getWarning().isEmpty())
         std::fprintf(stderr, "trellium run: %s\n", qPrintable(run.getWarning()));
-    if (status == UnattendedRun::CouldNotRun) {
+    if (!run.getErrorMessage().isEmpty()) {
         std::fprintf(stderr, "trellium run: %s\n", qPrintable(run.getErrorMessage()));
         return status;
     }
+    // A file the run could not write was told as an alert when it happened; the crawl itself
+    // ran, so its line is printed all the same.
     std::fprintf(stdout, "%s\n", qPrintable(run.getStatusLine()));
     return status;
 }

@@ -36,6 +36,14 @@ int fail(const QString& message) {
     return 2;
 }
 
+// Every file the command could not write, each with its path and reason; then 2, or `status`
+// when all were written.
+int withFileFailures(const KestConfigManager& config, int status) {
+    for (const QString& failure : config.getFileFailures())
+        fail(failure);
+    return config.getFileFailures().isEmpty() ? status : 2;
+}
+
 void print(const QString& line) {
     std::fprintf(stdout, "%s\n", qPrintable(line));
 }
@@ -99,6 +107,8 @@ int add(KestConfigManager& config, QStringList args) {
                         .arg(shownName));
     if (!config.newSheetOK(url, name))
         return fail("add takes one URL (see --help)");
+    if (!config.getFileFailures().isEmpty())
+        return withFileFailures(config, 2);
     print(QString("added '%1' (%2)").arg(shownName, url));
     return 0;
 }
@@ -232,17 +242,21 @@ int runSitesCommand(const QStringList& args) {
         if (rest[1] != config.getNameOfSelectedSite() && nameIsTaken(config.store(), rest[1]))
             return fail(QString("a site named '%1' exists already").arg(rest[1]));
         config.setNewName(rest[1]);
-        return 0;
+        return withFileFailures(config, 0);
     }
     if (command == "set-url") {
         const QString url = CliInput::startFromArgument(rest[1].trimmed());
         if (!CliInput::isStartUrl(url))
             return refuseUrl(rest[1]);
         config.setNewUrl(url);
-        return 0;
+        return withFileFailures(config, 0);
     }
-    if (command == "delete" || command == "remove")
-        return config.deleteMenuItem() ? 0 : fail(QString("could not delete '%1'").arg(rest[0]));
+    if (command == "delete" || command == "remove") {
+        if (config.deleteMenuItem())
+            return withFileFailures(config, 0);
+        return config.getFileFailures().isEmpty() ? fail(QString("could not delete '%1'").arg(rest[0]))
+                                                  : withFileFailures(config, 2);
+    }
     if (command == "export") {
         const QString file = CliInput::expandTilde(rest[1]);
         if (QFileInfo(file).suffix() != "lcsettings")
@@ -250,7 +264,8 @@ int runSitesCommand(const QStringList& args) {
         QString why;
         if (!CliInput::isWritableFile(file, &why))
             return fail(QString("cannot write %1: %2").arg(file, why));
-        return config.exportSettingsTo(file) ? 0 : fail(QString("could not write %1").arg(file));
+        config.exportSettingsTo(file);
+        return withFileFailures(config, 0);
     }
     const QString path = SiteStore::pathForFilename(config.getSelectedConfigFilename());
     if (command == "show") {
@@ -268,7 +283,8 @@ int runSitesCommand(const QStringList& args) {
     const std::optional<QVariant> value = checkedSetting(key, rest[2], &error);
     if (!value)
         return fail(error);
-    if (!SiteStore::changeKeysInFile(path, {{key, *value}}))
-        return fail(QString("could not write %1").arg(path));
-    return 0;
+    QString reason;
+    if (!SiteStore::changeKeysInFile(path, {{key, *value}}, &reason))
+        return fail(KestConfigManager::writeFailureText(path, reason));
+    return withFileFailures(config, 0);
 }
