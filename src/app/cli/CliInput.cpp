@@ -39,8 +39,12 @@ bool isStartUrl(const QString& start) {
     if (url.scheme() != "http" && url.scheme() != "https")
         return false;
     const QString host = url.host();
-    // An IPv4 address has dots and an IPv6 one colons.
-    return host == "localhost" || host.contains('.') || host.contains(':');
+    if (host.isEmpty())
+        return false;
+    // With its scheme written out any host stands (an intranet's "http://wiki/"); a bare word
+    // such as "notaurl" is taken for a host only when it looks like one. An IPv4 address has
+    // dots and an IPv6 one colons.
+    return start.contains("://") || host == "localhost" || host.contains('.') || host.contains(':');
 }
 
 bool isWritableFile(const QString& path, QString* why) {
