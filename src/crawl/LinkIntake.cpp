@@ -158,7 +158,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     }
     if (weHaveThisOneAlreadyIgnoreInternal(page->getRedir(), page.get(), page->isInternal()))
         return closing();
-    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, settings.ignoreSubdomain))
+    if (!UrlRules::compareHostWithDomain(UrlRules::hostOf(pageUrl, page->getActualLinkUrl()), domains,
+                                         settings.ignoreSubdomain))
         return closing();
     if (singlePage && lfDataSource::getnthItem(0) != page)
         return closing();
@@ -175,9 +176,10 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     if (!(page->getIsHTML() || plainTextMode || sitemapStart))
         return closing();
 
+    // Nofollow is looked for whenever a view shows it: the switches of the two Nofollow columns.
     const bool checkNofollow = config.flagForKey(u"nofollowCheckbox"_s) ||
-                               preferences.boolValue(u"nofollowColCheckbox"_s) ||
-                               preferences.boolValue(u"nofollowFlatColCheckbox"_s);
+                               preferences.boolValue(u"LorraneByLinkViewColsNofollow"_s) ||
+                               preferences.boolValue(u"LorraneFlatViewColsNofollow"_s);
     auto parser =
         KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
             page->getData(), userAgent(), preferences.boolValue(u"SEOEnabledCheckBox"_s), shouldArchive(),
@@ -192,7 +194,9 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         else if (sitemapStart)
             parser->setXMLMode();
     }
-    const LinkResolver base(parser && parser->getBaseHref() ? *parser->getBaseHref() : pageUrl);
+    const LinkResolver base = parser && parser->getBaseHref()
+                                  ? LinkResolver(*parser->getBaseHref())
+                                  : LinkResolver(pageUrl, page->getActualLinkUrl());
 
     std::optional<QString> link;
     if (parser && parser->getLength() > 0) {
@@ -269,6 +273,8 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
             incNumberDone(record);
             record->addNofollow(nofollow);
             add(record);
+        } else if (!hashOrEmpty) {
+            logDroppedLink(link, *page);
         }
         return;
     }
@@ -291,8 +297,13 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
 
     if (plainTextMode && page->isStartingPoint() && !url.host.isEmpty() && !domains.contains(url.host))
         domains.append(url.host);
-    if (UrlRules::isMailtoEtc(link) || absolute.isEmpty())
+    if (UrlRules::isMailtoEtc(link))
         return;
+    if (absolute.isEmpty()) {
+        // Its escapes are no text in the site's encoding.
+        logDroppedLink(link, *page);
+        return;
+    }
     auto record = std::make_shared<LinkCheckerUrl>(this);
     record->setIsInternal(internal);
     record->setLinkUrlTrimQuery(absolute, settings.followQuerystring);
@@ -301,6 +312,25 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
     record->addOnPageName(page->getLinkPageTitle());
     record->addOnPageLinkText(linkText);
     record->setDistanceFromHome(page->getDistanceFromHome() + 1);
+    if (url.scheme == u"file" && !UrlRules::isLocalFileUrl(page->getActualLinkUrl())) {
+        // A page that came from the network never makes the program read the user's disk.
+        record->setStatus(LinkCheckerUrl::localFileNotChecked);
+        incNumberDone(record);
+    } else {
+        applyCheckRules(record, absolute, url.scheme, internal);
+    }
+    if (record->getIsImage())
+        page->addLinkedImage(record);
+    record->addNofollow(nofollow);
+    record->setHeadContainsNoFollow(headNofollow);
+    add(record);
+    getNextUrlToCrawl();
+}
+
+// The rules that leave a new record unrequested: the check blacklist, robots.txt, ftp and the
+// sitemap-only switch. The last two stand aside while robots.txt rules, an old quirk kept.
+void LinkCheckerHub::applyCheckRules(const LinkCheckerUrlPtr& record, const QString& absolute,
+                                     const QString& scheme, bool internal) {
     if (UrlRules::stringContainsOneOfTheseTerms(absolute, &checkBlacklistArray)) {
         record->setStatus("Not checked");
         record->setIsBlacklisted(true);
@@ -313,16 +343,15 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
             record->setIsBlacklisted(true);
             incNumberDone(record);
         }
-    } else if (url.scheme == "ftp" || (!internal && settings.sitemapOnly)) {
+    } else if (scheme == u"ftp" || (!internal && settings.sitemapOnly)) {
         record->setStatus("Not checked");
         incNumberDone(record);
     }
-    if (record->getIsImage())
-        page->addLinkedImage(record);
-    record->addNofollow(nofollow);
-    record->setHeadContainsNoFollow(headNofollow);
-    add(record);
-    getNextUrlToCrawl();
+}
+
+void LinkCheckerHub::logDroppedLink(const QString& link, const LinkCheckerUrl& page) {
+    qInfo().noquote()
+        << QString("badly formed url: %1 (link on %2 dropped)").arg(link, page.getActualLinkUrl());
 }
 
 // ---------------------------------------------------------------- probes before the first request
