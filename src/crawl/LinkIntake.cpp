@@ -207,8 +207,12 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         page->setFileSize(int(parser->getFileSize()));
         page->setWordCount(parser->getWordCount());
         const QString canonical = parser->getCanonical().value_or(QString());
-        if (!canonical.isEmpty())
-            page->setCanonical(pageUrl.resolved(QUrl(canonical)).toString());
+        if (!canonical.isEmpty()) {
+            const QUrl resolved = pageUrl.resolved(QUrl(canonical));
+            const QString host = UrlRules::resolvedHostAsWritten(
+                resolved, canonical, UrlRules::hostOf(pageUrl, page->getActualLinkUrl()));
+            page->setCanonical(UrlRules::withHost(resolved.toString(), resolved.host(), host));
+        }
         link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
 

@@ -58,13 +58,8 @@ LinkResolver::Result LinkResolver::resolveWithUrlClass(const QString& link) cons
     const QUrl resolved = base.resolved(relative);
     if (!resolved.isValid() || resolved.isEmpty())
         return result;
-    // A link with an authority of its own writes its host; any other keeps the base's.
-    const QString lowered = resolved.host();
-    const QString written = UrlRules::writtenHost(link);
-    result.host = !written.isNull()        ? UrlRules::inWrittenCase(lowered, written)
-                  : lowered == base.host() ? host
-                                           : lowered;
-    result.absolute = UrlRules::withHost(resolved.toString(QUrl::FullyEncoded), lowered, result.host);
+    result.host = UrlRules::resolvedHostAsWritten(resolved, link, host);
+    result.absolute = UrlRules::withHost(resolved.toString(QUrl::FullyEncoded), resolved.host(), result.host);
     result.scheme = resolved.scheme();
     return result;
 }

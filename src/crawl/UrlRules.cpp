@@ -138,6 +138,11 @@ QString hostOf(const QUrl& url, const QString& text) {
     return host.isEmpty() ? host : inWrittenCase(host, writtenHost(text));
 }
 
+QString resolvedHostAsWritten(const QUrl& resolved, const QString& link, const QString& baseHost) {
+    const QString written = writtenHost(link);
+    return inWrittenCase(resolved.host(), written.isNull() ? baseHost : written);
+}
+
 QString withHost(const QString& encoded, const QString& from, const QString& to) {
     if (from == to || from.isEmpty())
         return encoded;

@@ -33,6 +33,9 @@ QString writtenHost(const QString& text);
 QString hostOf(const QUrl& url, const QString& text);
 // `host` in the letter case of `written` when the two differ in case alone; otherwise `host`.
 QString inWrittenCase(const QString& host, const QString& written);
+// The host of `resolved`, made from `link` against a base whose host is written `baseHost`: in
+// the letter case the link writes it, or the base when the link names no host of its own.
+QString resolvedHostAsWritten(const QUrl& resolved, const QString& link, const QString& baseHost);
 // An encoded URL text whose host `from` is written as `to` instead; unchanged when they are equal.
 QString withHost(const QString& encoded, const QString& from, const QString& to);
 // True for the text of a file: URL, whatever the letter case of its scheme.

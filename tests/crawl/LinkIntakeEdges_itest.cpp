@@ -150,7 +150,8 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
     };
     server.addPage("/", page("Home", anchors({at("LocalHost", "/a"), "/b", at("localhost", "/c"), "/r"})));
     for (const char* path : {"/a", "/b", "/c"})
-        server.addPage(path, page(path, anchors({QString("%1-child").arg(path)})));
+        server.addPage(path, page(path, anchors({QString("%1-child").arg(path)}),
+                                  QString("<link rel=\"canonical\" href=\"%1\">").arg(path)));
     server.addRedirect("/r", "/b");
 
     struct Case {
@@ -172,6 +173,7 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
         SCOPED_TRACE(c.startHost);
         Crawl crawl(at(c.startHost, "/"));
         crawl.preferences.setValue("ignoreSubdomain", "YES");
+        crawl.preferences.setValue("SEOEnabledCheckBox", true);
         crawl.hub.go();
         ASSERT_TRUE(crawl.runToEnd());
         EXPECT_EQ(crawl.hub.getDomains(), QStringList({c.startHost}));
@@ -187,6 +189,10 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
             EXPECT_EQ(crawl.find(url + "-child") != nullptr, internal) << url.toStdString();
         }
         EXPECT_EQ(crawl.find(at(c.startHost, "/r"))->getRedir(), c.redirectTarget);
+        // A page's canonical is written with the page's host as it stands.
+        const auto b = crawl.find(at(c.startHost, "/b"));
+        EXPECT_EQ(b->getCanonical(), at(c.startHost, "/b"));
+        EXPECT_TRUE(b->canonicalMatchesUrl());
     }
 }
 
