@@ -157,8 +157,6 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     LinkCheckerUrlPtr lookupKey(QString key, const LinkCheckerUrl* ignore, bool internal) const;
     void takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping,
                     const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
-    void applyCheckRules(const LinkCheckerUrlPtr& record, const QString& absolute, const QString& scheme,
-                         bool internal);
     static void logDroppedLink(const QString& link, const LinkCheckerUrl& page);
 
     // The settings that link intake consults for every link, read once per page: a change made

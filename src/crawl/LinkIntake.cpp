@@ -316,25 +316,6 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
     record->addOnPageName(page->getLinkPageTitle());
     record->addOnPageLinkText(linkText);
     record->setDistanceFromHome(page->getDistanceFromHome() + 1);
-    if (url.scheme == u"file" && !UrlRules::isLocalFileUrl(page->getActualLinkUrl())) {
-        // A page that came from the network never makes the program read the user's disk.
-        record->setStatus(LinkCheckerUrl::localFileNotChecked);
-        incNumberDone(record);
-    } else {
-        applyCheckRules(record, absolute, url.scheme, internal);
-    }
-    if (record->getIsImage())
-        page->addLinkedImage(record);
-    record->addNofollow(nofollow);
-    record->setHeadContainsNoFollow(headNofollow);
-    add(record);
-    getNextUrlToCrawl();
-}
-
-// The rules that leave a new record unrequested: the check blacklist, robots.txt, ftp and the
-// sitemap-only switch. The last two stand aside while robots.txt rules, an old quirk kept.
-void LinkCheckerHub::applyCheckRules(const LinkCheckerUrlPtr& record, const QString& absolute,
-                                     const QString& scheme, bool internal) {
     if (UrlRules::stringContainsOneOfTheseTerms(absolute, &checkBlacklistArray)) {
         record->setStatus("Not checked");
         record->setIsBlacklisted(true);
@@ -347,10 +328,24 @@ void LinkCheckerHub::applyCheckRules(const LinkCheckerUrlPtr& record, const QStr
             record->setIsBlacklisted(true);
             incNumberDone(record);
         }
-    } else if (scheme == u"ftp" || (!internal && settings.sitemapOnly)) {
+    } else if (url.scheme == "ftp" || (!internal && settings.sitemapOnly)) {
         record->setStatus("Not checked");
         incNumberDone(record);
     }
+    if (url.scheme == u"file" && !UrlRules::isLocalFileUrl(page->getActualLinkUrl())) {
+        // A page that came from the network never makes the program read the user's disk. A
+        // rule above may have counted the link done already.
+        const bool counted = !record->getStatus().isEmpty();
+        record->setStatus(LinkCheckerUrl::localFileNotChecked);
+        if (!counted)
+            incNumberDone(record);
+    }
+    if (record->getIsImage())
+        page->addLinkedImage(record);
+    record->addNofollow(nofollow);
+    record->setHeadContainsNoFollow(headNofollow);
+    add(record);
+    getNextUrlToCrawl();
 }
 
 void LinkCheckerHub::logDroppedLink(const QString& link, const LinkCheckerUrl& page) {
