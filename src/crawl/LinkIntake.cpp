@@ -195,7 +195,7 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
             parser->setXMLMode();
     }
     const LinkResolver base = parser && parser->getBaseHref()
-                                  ? LinkResolver(*parser->getBaseHref())
+                                  ? LinkResolver(*parser->getBaseHref(), parser->getBaseHrefText())
                                   : LinkResolver(pageUrl, page->getActualLinkUrl());
 
     std::optional<QString> link;

@@ -140,11 +140,14 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
     auto at = [&](const QString& host, const QString& path) {
         return QString("http://%1:%2%3").arg(host, port, path);
     };
-    server.addPage("/", page("Home", anchors({at("LocalHost", "/a"), "/b", at("localhost", "/c"), "/r"})));
+    server.addPage(
+        "/", page("Home", anchors({at("LocalHost", "/a"), "/b", at("localhost", "/c"), "/r", "/based"})));
     for (const char* path : {"/a", "/b", "/c"})
         server.addPage(path, page(path, anchors({QString("%1-child").arg(path)}),
                                   QString("<link rel=\"canonical\" href=\"%1\">").arg(path)));
     server.addRedirect("/r", "/b");
+    server.addPage("/based", page("Based", anchors({"based-child"}),
+                                  QString("<base href=\"%1\">").arg(at("LocalHost", "/"))));
 
     struct Case {
         const char* startHost;
@@ -181,6 +184,8 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
             EXPECT_EQ(crawl.find(url + "-child") != nullptr, internal) << url.toStdString();
         }
         EXPECT_EQ(crawl.find(at(c.startHost, "/r"))->getRedir(), c.redirectTarget);
+        // A base names its host as it likes.
+        EXPECT_TRUE(crawl.find(at("LocalHost", "/based-child")));
         // A page's canonical is written with the page's host as it stands.
         const auto b = crawl.find(at(c.startHost, "/b"));
         EXPECT_EQ(b->getCanonical(), at(c.startHost, "/b"));
