@@ -92,7 +92,7 @@ void LinkCheckerHub::startNewCrawl() {
     }
     if (!plainTextMode)
         applyDirectoryLimit(startUrl);
-    domains = startUrl.host().isEmpty() ? QStringList() : QStringList{startUrl.host()};
+    domains = startUrl.host().isEmpty() ? QStringList() : QStringList{UrlRules::hostOf(startUrl, url)};
     if (preferences.boolValue(u"checkRobotstxt"_s) || config.flagForKey(u"blacklistByRobotsTxt"_s))
         if (!first->getActualLinkUrl().startsWith("file://"))
             readRobotsTxt();
@@ -362,8 +362,12 @@ void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {
 
 void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     const double timeout = settings.timeout;
-    if (record->directoryTooHigh()) {
-        record->setStatus("badly formed url");
+    // Refused without a request: a link that climbs above the root, and a local file in a
+    // crawl that did not start from local files, whichever way the record came here.
+    const bool localFile = UrlRules::isLocalFileUrl(record->getLinkUrlForTesting()) &&
+                           !UrlRules::isLocalFileUrl(getStartingUrl());
+    if (record->directoryTooHigh() || localFile) {
+        record->setStatus(localFile ? LinkCheckerUrl::localFileNotChecked : "badly formed url");
         incNumberDone(record);
         threadHasFinished(record);
         return;
@@ -538,7 +542,7 @@ int LinkCheckerHub::numberOfLinksOnThisPage(const QString& page) const {
 }
 
 void LinkCheckerHub::resetDomain(const LinkCheckerUrl& record) {
-    const QString host = QUrl(record.getActualLinkUrl()).host();
+    const QString host = UrlRules::hostOf(QUrl(record.getActualLinkUrl()), record.getActualLinkUrl());
     if (host.isEmpty())
         return;
     if (domains.size() == 1)

@@ -164,6 +164,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     LinkCheckerUrlPtr lookupKey(QString key, const LinkCheckerUrl* ignore, bool internal) const;
     void takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping,
                     const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
+    static void logDroppedLink(const QString& link, const LinkCheckerUrl& page);
 
     // The settings that link intake consults for every link, read once per page: a change made
     // during a crawl takes effect from the next page on.

@@ -4,8 +4,11 @@
 #include "crawl/UrlRules.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 #include <QUrl>
 #include <QtDebug>
+
+using namespace Qt::StringLiterals;
 
 LinkCheckerUrl::LinkCheckerUrl(LinkCheckerHub* owner_) : owner(owner_) {}
 
@@ -161,6 +164,16 @@ int LinkCheckerUrl::firstDigit(const QString& status) {
     return status[0].digitValue();
 }
 
+namespace {
+
+// The statuses of links that were deliberately not requested.
+bool isLeftUnchecked(const QString& status) {
+    return status == u"Not checked" || status == u"Disallowed by robots.txt" ||
+           status == QLatin1String(LinkCheckerUrl::localFileNotChecked);
+}
+
+} // namespace
+
 int LinkCheckerUrl::getColour() const {
     if (status.isEmpty())
         return 0;
@@ -169,7 +182,7 @@ int LinkCheckerUrl::getColour() const {
         return 3;
     if (blacklisted && owner && owner->shouldFlagBlacklisted())
         return 2;
-    if (status == "Not checked" || status == "Disallowed by robots.txt")
+    if (isLeftUnchecked(status))
         return 0;
     if (digit == 2)
         return !nssredir.isEmpty() || recursion ? 2 : 0;
@@ -194,12 +207,11 @@ bool LinkCheckerUrl::isGoodLink() const {
 }
 
 bool LinkCheckerUrl::isExempt() const {
-    return status == "MCMS zref" || status == "Not checked" || status == "Disallowed by robots.txt" ||
-           status == "missing link url";
+    return status == "MCMS zref" || isLeftUnchecked(status) || status == "missing link url";
 }
 
 bool LinkCheckerUrl::isErrorPage() const {
-    if (status.isEmpty() || status == "Not checked" || status == "Disallowed by robots.txt")
+    if (status.isEmpty() || isLeftUnchecked(status))
         return false;
     return firstDigit(status) >= 3;
 }
@@ -213,7 +225,7 @@ bool LinkCheckerUrl::shouldBeMemberOfBadCollection() const {
         return true;
     if (status == "MCMS zref")
         return false;
-    if (status == "Not checked" || status == "Disallowed by robots.txt")
+    if (isLeftUnchecked(status))
         return true;
     if (status == "file is directory")
         return true;
@@ -584,18 +596,32 @@ void LinkCheckerUrl::setLinkText(const QString& text) {
 void LinkCheckerUrl::setSentRequest() {
     sentRequest = QDateTime::currentDateTimeUtc();
     // The stamp changes once a second while requests go out by the hundred: the text of the
-    // current second is made once and shared.
+    // current second is made once and shared, for as long as the locale stays the same.
     thread_local qint64 stampSecond = -1;
+    thread_local QLocale stampLocale;
     thread_local QString stampText;
     const qint64 second = sentRequest->toSecsSinceEpoch();
-    if (second != stampSecond) {
-        const QDateTime local = sentRequest->toLocalTime();
-        const QLocale locale;
-        stampText = locale.toString(local.date(), QLocale::ShortFormat) + u' ' +
-                    locale.toString(local.time(), u"HH:mm:ss");
+    const QLocale locale;
+    if (second != stampSecond || locale != stampLocale) {
+        stampText = timestampText(sentRequest->toLocalTime(), locale);
         stampSecond = second;
+        stampLocale = locale;
     }
     timestamp = stampText;
+}
+
+QString LinkCheckerUrl::timestampText(const QDateTime& when, const QLocale& locale) {
+    // Qt has no medium style. The date is the long form without its weekday and with the
+    // month abbreviated; the time is the short form with seconds after the minutes.
+    QString date = locale.dateFormat(QLocale::LongFormat);
+    static const QRegularExpression weekday(u"d{4}[,.]?\\s*|[,\\s]*d{4}"_s);
+    date.remove(weekday);
+    date.replace(u"MMMM"_s, u"MMM"_s);
+    QString time = locale.timeFormat(QLocale::ShortFormat);
+    const qsizetype minutes = time.indexOf(u"mm");
+    if (!time.contains(u"ss") && minutes > 0)
+        time.insert(minutes + 2, time[minutes - 1] + u"ss"_s);
+    return locale.toString(when.date(), date.trimmed()) + u", "_s + locale.toString(when.time(), time);
 }
 
 void LinkCheckerUrl::setFileSize(qint64 bytes) {

@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QList>
+#include <QLocale>
 #include <QString>
 #include <QStringList>
 #include <memory>
@@ -54,6 +55,9 @@ class LinkCheckerUrl : public KestDataObject,
     bool isErrorPage() const;
     bool shouldBeMemberOfBadCollection() const;
     static int firstDigit(const QString& status);
+    // A file: link met on a page that came from the network: recorded, never opened. It is
+    // left unchecked like a link a rule excludes, so it is shown but never counted as bad.
+    static constexpr const char* localFileNotChecked = "local file not checked";
 
     // Occurrences
     void addOnPageUrl(const QString& url);
@@ -167,6 +171,9 @@ class LinkCheckerUrl : public KestDataObject,
     void setTargetLastModified(const QString& v) { targetLastModified = v; }
     const std::optional<QString>& getTargetLastModified() const { return targetLastModified; }
     void setSentRequest();
+    // The time stamp's text: the locale's date with an abbreviated month and its time with
+    // seconds, as a desktop's medium styles show them ("23 Nov 2026, 14:05:09" in en_GB).
+    static QString timestampText(const QDateTime& when, const QLocale& locale);
     bool hasSentRequest() const { return sentRequest.has_value(); }
     // When the request went out, in UTC; nothing for a record never sent.
     const std::optional<QDateTime>& getSentRequest() const { return sentRequest; }

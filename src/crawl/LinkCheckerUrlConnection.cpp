@@ -54,7 +54,13 @@ LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, 
                                                           const UrlResponse* redirect) {
     if (!redirect)
         return request;
-    const QString newText = request.url.toString(QUrl::FullyEncoded);
+    // The target keeps its host's letter case: as the Location writes it, or, for a target on
+    // the same host, as this record's URL does.
+    const QString location = QString::fromUtf8(headerValue(redirect->headerFields, "Location"));
+    const QString writer = UrlRules::writtenHost(location).isNull() ? getActualLinkUrl() : location;
+    const QString newText =
+        UrlRules::withHost(request.url.toString(QUrl::FullyEncoded), request.url.host(),
+                           UrlRules::inWrittenCase(request.url.host(), UrlRules::writtenHost(writer)));
     const bool hadPercent = newText.contains('%');
     if (numberOfRedirects > 100) {
         qInfo().noquote() << QString("recurring redirect: %1").arg(getActualLinkUrl());

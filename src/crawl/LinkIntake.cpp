@@ -160,7 +160,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     }
     if (weHaveThisOneAlreadyIgnoreInternal(page->getRedir(), page.get(), page->isInternal()))
         return closing();
-    if (!UrlRules::compareHostWithDomain(pageUrl.host(), domains, settings.ignoreSubdomain))
+    if (!UrlRules::compareHostWithDomain(UrlRules::hostOf(pageUrl, page->getActualLinkUrl()), domains,
+                                         settings.ignoreSubdomain))
         return closing();
     if (singlePage && lfDataSource::getnthItem(0) != page)
         return closing();
@@ -177,9 +178,10 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     if (!(page->getIsHTML() || plainTextMode || sitemapStart))
         return closing();
 
+    // Nofollow is looked for whenever a view shows it: the switches of the two Nofollow columns.
     const bool checkNofollow = config.flagForKey(u"nofollowCheckbox"_s) ||
-                               preferences.boolValue(u"nofollowColCheckbox"_s) ||
-                               preferences.boolValue(u"nofollowFlatColCheckbox"_s);
+                               preferences.boolValue(u"LorraneByLinkViewColsNofollow"_s) ||
+                               preferences.boolValue(u"LorraneFlatViewColsNofollow"_s);
     auto parser =
         KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
             page->getData(), userAgent(), preferences.boolValue(u"SEOEnabledCheckBox"_s), shouldArchive(),
@@ -194,7 +196,9 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         else if (sitemapStart)
             parser->setXMLMode();
     }
-    const LinkResolver base(parser && parser->getBaseHref() ? *parser->getBaseHref() : pageUrl);
+    const LinkResolver base = parser && parser->getBaseHref()
+                                  ? LinkResolver(*parser->getBaseHref(), parser->getBaseHrefText())
+                                  : LinkResolver(pageUrl, page->getActualLinkUrl());
 
     std::optional<QString> link;
     if (parser && parser->getLength() > 0) {
@@ -205,8 +209,12 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         page->setFileSize(qint64(parser->getFileSize()));
         page->setWordCount(parser->getWordCount());
         const QString canonical = parser->getCanonical().value_or(QString());
-        if (!canonical.isEmpty())
-            page->setCanonical(pageUrl.resolved(QUrl(canonical)).toString());
+        if (!canonical.isEmpty()) {
+            const QUrl resolved = pageUrl.resolved(QUrl(canonical));
+            const QString host = UrlRules::resolvedHostAsWritten(
+                resolved, canonical, UrlRules::hostOf(pageUrl, page->getActualLinkUrl()));
+            page->setCanonical(UrlRules::withHost(resolved.toString(), resolved.host(), host));
+        }
         link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
 
@@ -271,6 +279,8 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
             incNumberDone(record);
             record->addNofollow(nofollow);
             add(record);
+        } else if (!hashOrEmpty) {
+            logDroppedLink(link, *page);
         }
         return;
     }
@@ -293,8 +303,13 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
 
     if (plainTextMode && page->isStartingPoint() && !url.host.isEmpty() && !domains.contains(url.host))
         domains.append(url.host);
-    if (UrlRules::isMailtoEtc(link) || absolute.isEmpty())
+    if (UrlRules::isMailtoEtc(link))
         return;
+    if (absolute.isEmpty()) {
+        // Its escapes are no text in the site's encoding.
+        logDroppedLink(link, *page);
+        return;
+    }
     auto record = std::make_shared<LinkCheckerUrl>(this);
     record->setIsInternal(internal);
     record->setLinkUrlTrimQuery(absolute, settings.followQuerystring);
@@ -319,12 +334,25 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         record->setStatus("Not checked");
         incNumberDone(record);
     }
+    if (url.scheme == u"file" && !UrlRules::isLocalFileUrl(page->getActualLinkUrl())) {
+        // A page that came from the network never makes the program read the user's disk. A
+        // rule above may have counted the link done already.
+        const bool counted = !record->getStatus().isEmpty();
+        record->setStatus(LinkCheckerUrl::localFileNotChecked);
+        if (!counted)
+            incNumberDone(record);
+    }
     if (record->getIsImage())
         page->addLinkedImage(record);
     record->addNofollow(nofollow);
     record->setHeadContainsNoFollow(headNofollow);
     add(record);
     getNextUrlToCrawl();
+}
+
+void LinkCheckerHub::logDroppedLink(const QString& link, const LinkCheckerUrl& page) {
+    qInfo().noquote()
+        << QString("badly formed url: %1 (link on %2 dropped)").arg(link, page.getActualLinkUrl());
 }
 
 // ---------------------------------------------------------------- probes before the first request

@@ -2,15 +2,15 @@
 
 #include "crawl/UrlRules.h"
 
-LinkResolver::LinkResolver(const QUrl& base_) : base(base_) {
+LinkResolver::LinkResolver(const QUrl& base_, const QString& writtenBase) : base(base_) {
     scheme = base.scheme();
-    host = base.host();
+    host = UrlRules::hostOf(base, writtenBase);
     shortcut = base.isValid() && !host.isEmpty() && (scheme == "http" || scheme == "https");
     if (!shortcut)
         return;
-    origin = base.resolved(QUrl("/")).toString(QUrl::FullyEncoded);
+    origin = UrlRules::withHost(base.resolved(QUrl("/")).toString(QUrl::FullyEncoded), base.host(), host);
     origin.chop(1);
-    directory = base.resolved(QUrl("x")).toString(QUrl::FullyEncoded);
+    directory = UrlRules::withHost(base.resolved(QUrl("x")).toString(QUrl::FullyEncoded), base.host(), host);
     directory.chop(1);
 }
 
@@ -58,8 +58,8 @@ LinkResolver::Result LinkResolver::resolveWithUrlClass(const QString& link) cons
     const QUrl resolved = base.resolved(relative);
     if (!resolved.isValid() || resolved.isEmpty())
         return result;
-    result.absolute = resolved.toString(QUrl::FullyEncoded);
-    result.host = resolved.host();
+    result.host = UrlRules::resolvedHostAsWritten(resolved, link, host);
+    result.absolute = UrlRules::withHost(resolved.toString(QUrl::FullyEncoded), resolved.host(), result.host);
     result.scheme = resolved.scheme();
     return result;
 }

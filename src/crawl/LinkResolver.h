@@ -10,12 +10,14 @@ class LinkResolver {
   public:
     struct Result {
         QString absolute; // fully encoded; empty when the link makes no URL
-        QString host;
+        QString host;     // in the letter case the link, or the base, writes it
         QString scheme;
         bool neededEscaping = false;
     };
 
-    explicit LinkResolver(const QUrl& base);
+    // `writtenBase` is the text the base was made from, when there is one: its host's letter
+    // case is kept in what the links resolve to.
+    explicit LinkResolver(const QUrl& base, const QString& writtenBase = QString());
     Result resolve(const QString& link) const;
     Result resolveWithUrlClass(const QString& link) const;
     // A path, with perhaps a query, that needs neither escaping nor dot-segment removal.
@@ -26,6 +28,6 @@ class LinkResolver {
     bool shortcut = false;
     QString origin;    // scheme and authority, for links that start with "/"
     QString directory; // the base up to its last "/", for links relative to it
-    QString host;
+    QString host;      // as the base writes it
     QString scheme;
 };

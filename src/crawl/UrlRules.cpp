@@ -6,6 +6,18 @@
 
 namespace UrlRules {
 
+namespace {
+
+// Where the authority that begins at `start` ends: at the path, the query or the fragment.
+qsizetype authorityEnd(const QString& text, qsizetype start) {
+    qsizetype end = start;
+    while (end < text.size() && text[end] != u'/' && text[end] != u'?' && text[end] != u'#')
+        ++end;
+    return end;
+}
+
+} // namespace
+
 QString completeStartUrl(const QString& text) {
     if (text.size() < 7)
         return "http://" + text;
@@ -87,6 +99,71 @@ std::optional<QString> percentDecoded(const QString& text, quint64 encoding) {
 
 QString addPercentEscapes(const QString& text) {
     return QString::fromLatin1(QUrl::toPercentEncoding(text, "!#$&'()*+,/:;=?@[]~"));
+}
+
+QString writtenHost(const QString& text) {
+    const qsizetype slashes = text.indexOf(u"//");
+    if (slashes < 0)
+        return QString();
+    if (slashes > 0) {
+        // Only a scheme may stand before the authority.
+        if (text[slashes - 1] != u':' || !text[0].isLetter())
+            return QString();
+        for (qsizetype i = 1; i < slashes - 1; ++i) {
+            const QChar c = text[i];
+            if (!(c.isLetterOrNumber() || c == u'+' || c == u'-' || c == u'.'))
+                return QString();
+        }
+    }
+    const qsizetype start = slashes + 2;
+    const qsizetype end = authorityEnd(text, start);
+    QStringView authority = QStringView(text).mid(start, end - start);
+    authority = authority.mid(authority.lastIndexOf(u'@') + 1);
+    if (authority.startsWith(u'[')) {
+        const qsizetype close = authority.indexOf(u']');
+        return close < 0 ? QString() : authority.mid(1, close - 1).toString();
+    }
+    const qsizetype colon = authority.lastIndexOf(u':');
+    return (colon < 0 ? authority : authority.left(colon)).toString();
+}
+
+QString inWrittenCase(const QString& host, const QString& written) {
+    if (written.size() != host.size() || written == host || written.compare(host, Qt::CaseInsensitive) != 0)
+        return host;
+    return written;
+}
+
+QString hostOf(const QUrl& url, const QString& text) {
+    const QString host = url.host();
+    return host.isEmpty() ? host : inWrittenCase(host, writtenHost(text));
+}
+
+QString resolvedHostAsWritten(const QUrl& resolved, const QString& link, const QString& baseHost) {
+    const QString written = writtenHost(link);
+    return inWrittenCase(resolved.host(), written.isNull() ? baseHost : written);
+}
+
+QString withHost(const QString& encoded, const QString& from, const QString& to) {
+    if (from == to || from.isEmpty())
+        return encoded;
+    const qsizetype slashes = encoded.indexOf(u"//");
+    if (slashes < 0)
+        return encoded;
+    qsizetype start = slashes + 2;
+    const qsizetype end = authorityEnd(encoded, start);
+    const qsizetype at = QStringView(encoded).left(end).lastIndexOf(u'@');
+    if (at >= start)
+        start = at + 1;
+    if (start < encoded.size() && encoded[start] == u'[')
+        ++start;
+    if (QStringView(encoded).mid(start, from.size()) != from)
+        return encoded;
+    QString result = encoded;
+    return result.replace(start, from.size(), to);
+}
+
+bool isLocalFileUrl(const QString& text) {
+    return text.startsWith(u"file:", Qt::CaseInsensitive);
 }
 
 QUrl makeUrl(const QString& text) {

@@ -115,8 +115,10 @@ KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofo
     const std::optional<QString> base = p.findBaseHref();
     if (base && !base->isEmpty()) {
         const QUrl url(*base, QUrl::StrictMode);
-        if (url.isValid())
+        if (url.isValid()) {
             p.codebase = url;
+            p.codebaseText = *base;
+        }
     }
     p.reset();
 
@@ -196,6 +198,7 @@ std::unique_ptr<KestParser> KestParser::initWithUrlWithuserAgentString(const QSt
         base = page.finalUrl.isEmpty() ? local : page.finalUrl;
     }
     p.codebase = QUrl(base, QUrl::StrictMode);
+    p.codebaseText = base;
     p.reset();
     p.startCountingWords();
     return parser;

@@ -49,6 +49,8 @@ class KestParser {
     bool getHeadContainsNoFollow() const { return headContainsNofollow; }
     bool lastLinkWasNofollow() const { return nofollow; }
     const std::optional<QUrl>& getBaseHref() const { return codebase; }
+    // The base as the page writes it: the URL class loses the letter case of its host.
+    const QString& getBaseHrefText() const { return codebaseText; }
     int getWordCount() const { return wordCount; }
     const QString& getTitle() const { return metatitle; }
     const QString& getDescription() const { return metadescription; }
@@ -167,6 +169,7 @@ class KestParser {
     QString parent;
     QString content;
     std::optional<QUrl> codebase;
+    QString codebaseText;
     QString metadescription;
     QString metatitle;
     QString keywords;

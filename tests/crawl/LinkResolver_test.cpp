@@ -18,7 +18,8 @@ TEST(LinkResolver, ShortcutAgreesWithTheUrlClass) {
                            "../a",      "a/./b",    "a/..",       ".",       "?q=1",          "//other.org/x",
                            "a b",       "a%20b",    "#top",       "a:b",     "/p#f",          "é.html"};
     for (const char* base : bases) {
-        const LinkResolver resolver{QUrl(base)};
+        // Made from its text as well, so both ways keep the host's letter case alike.
+        const LinkResolver resolver{QUrl(base), base};
         for (const char* link : links) {
             SCOPED_TRACE(std::string(base) + " + " + link);
             const auto quick = resolver.resolve(link);
@@ -28,6 +29,31 @@ TEST(LinkResolver, ShortcutAgreesWithTheUrlClass) {
             EXPECT_EQ(quick.scheme, reference.scheme);
             EXPECT_EQ(quick.neededEscaping, reference.neededEscaping);
         }
+    }
+}
+
+TEST(LinkResolver, HostsKeepTheirLetterCase) {
+    struct Case {
+        const char* base;
+        const char* link;
+        const char* absolute;
+        const char* host;
+    };
+    const Case cases[] = {
+        {"http://Ex.COM/d/p.html", "q.html", "http://Ex.COM/d/q.html", "Ex.COM"},
+        {"http://Ex.COM/d/p.html", "../q b.html", "http://Ex.COM/q%20b.html", "Ex.COM"},
+        {"http://Ex.COM/", "//OTHER.org/x", "http://OTHER.org/x", "OTHER.org"},
+        {"http://ex.com/", "HTTP://User@Ex.Com:81/x?a=B", "http://User@Ex.Com:81/x?a=B", "Ex.Com"},
+        {"http://Ex.COM/", "http://[::AB]/x", "http://[::AB]/x", "::AB"},
+        // Not a change of case alone: the URL class's form stands.
+        {"http://ex.com/", "http://xn--caf-dma.COM/", "http://xn--caf-dma.com/", "café.com"},
+        {"http://Ex.COM/", "http:x", "http:x", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.base) + " + " + c.link);
+        const auto result = LinkResolver(QUrl(c.base), c.base).resolve(c.link);
+        EXPECT_EQ(result.absolute, c.absolute);
+        EXPECT_EQ(result.host, c.host);
     }
 }
 
