@@ -2,7 +2,7 @@
 
 #include <QJsonArray>
 
-QJsonObject recordToJson(const LinkCheckerUrl& record) {
+static QJsonObject linkToJson(const LinkCheckerUrl& record) {
     QJsonArray onPages;
     const QStringList& urls = record.getOnPageUrlArray();
     for (qsizetype i = 0; i < urls.size(); ++i) {
@@ -37,4 +37,12 @@ QJsonObject recordToJson(const LinkCheckerUrl& record) {
                        {"wordCount", record.getWordCount()},
                        {"blacklisted", record.isBlacklisted()},
                        {"onPages", onPages}};
+}
+
+QJsonObject recordToJson(const LinkCheckerUrl& record) {
+    QJsonObject json = linkToJson(record);
+    // Only what a page loads has a kind; links keep the form they always had.
+    if (!record.getResourceKind().isEmpty())
+        json.insert("kind", record.getResourceKind());
+    return json;
 }

@@ -1,5 +1,6 @@
 #include "app/TerminalUserInterface.h"
 #include "app/cli/Commands.h"
+#include "app/cli/NetOptions.h"
 #include "app/cli/ReportOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
@@ -22,6 +23,7 @@ namespace {
 struct CrawlOptions {
     QString start;
     QString jsonPath;
+    CrawlExtras extras;
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
@@ -59,6 +61,7 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
          "TEXT"},
     });
     addReportOptions(parser);
+    addNetOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
@@ -160,7 +163,7 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         preferences.setValue("soft404Terms", parser.values("soft-404-term").join("\n"));
     out.jsonPath = parser.value("json");
     QString reportError;
-    if (!checkReportOptions(parser, &reportError)) {
+    if (!checkReportOptions(parser, &reportError) || !readNetOptions(parser, out.extras, &reportError)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
         return false;
     }
@@ -199,6 +202,7 @@ int runCrawlCommand(const QStringList& args) {
 
     TerminalUserInterface ui;
     LinkCheckerHub hub(config, preferences, ui);
+    hub.setCrawlExtras(options.extras);
     bool finished = false;
     ui.onResults = [&](int) {
         finished = true;
