@@ -33,6 +33,14 @@ std::map<QString, QString> statuses(const Crawl& crawl) {
     return result;
 }
 
+QStringList pathsWithStatus(const Crawl& crawl, const QString& wanted) {
+    QStringList paths;
+    for (const auto& [path, status] : statuses(crawl))
+        if (status == wanted)
+            paths.append(path);
+    return paths;
+}
+
 QStringList badPaths(const Crawl& crawl) {
     QStringList bad;
     for (qsizetype i = 0; i < crawl.hub.count(); ++i)
@@ -136,11 +144,7 @@ TEST(NetOptions, AnchorsMustNameAnElementOfTheirPage) {
         CrawlExtras extras;
         extras.checkAnchors = c.on;
         const auto crawl = crawlToEnd("/anchors/", extras);
-        QStringList missing;
-        for (const auto& [path, status] : statuses(*crawl))
-            if (status == "fragment not found")
-                missing.append(path);
-        EXPECT_EQ(missing, c.missing);
+        EXPECT_EQ(pathsWithStatus(*crawl, "fragment not found"), c.missing);
         EXPECT_EQ(badPaths(*crawl), c.missing);
         if (c.on) {
             // One record for a fragment missing on two pages, with both places.
@@ -204,11 +208,7 @@ TEST(NetOptions, ExcludeAndIncludePatterns) {
         for (const QString& p : c.include)
             extras.include.append(QRegularExpression(p));
         const auto crawl = crawlToEnd("/rules/", extras);
-        QStringList notChecked;
-        for (const auto& [path, status] : statuses(*crawl))
-            if (status == "Not checked")
-                notChecked.append(path);
-        EXPECT_EQ(notChecked, c.notChecked);
+        EXPECT_EQ(pathsWithStatus(*crawl, "Not checked"), c.notChecked);
         EXPECT_EQ(statuses(*crawl)["/rules"], "200 no error");
         EXPECT_EQ(server().requestsFor("/rules/DROP.html").isEmpty(),
                   c.notChecked.contains("/rules/DROP.html"));

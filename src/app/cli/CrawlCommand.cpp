@@ -1,6 +1,6 @@
+#include "app/NetOptions.h"
 #include "app/TerminalUserInterface.h"
 #include "app/cli/Commands.h"
-#include "app/cli/NetOptions.h"
 #include "app/cli/ReportOptions.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"

@@ -1,4 +1,4 @@
-#include "app/cli/NetOptions.h"
+#include "app/NetOptions.h"
 
 #include "crawl/CrawlExtras.h"
 
