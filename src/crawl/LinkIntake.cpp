@@ -295,7 +295,8 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
             page->addLinkedImage(known);
         if (resourceKind.isEmpty()) {
             // Linked as well as loaded: a link like any other from now on.
-            known->setResourceKind(QString());
+            if (!known->getResourceKind().isEmpty())
+                known->setResourceKind(QString());
             noteFragment(page, *known, url.absolute, linkText, nofollow);
         }
         return;

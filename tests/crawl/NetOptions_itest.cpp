@@ -2,6 +2,7 @@
 #include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
 #include "support/TestServer.h"
+#include "views/RecordJson.h"
 
 #include <QElapsedTimer>
 #include <gtest/gtest.h>
@@ -280,6 +281,10 @@ TEST(NetOptions, ResourcesOfAPageAreCheckedNotFollowed) {
         for (qsizetype i = 1; i < crawl->hub.count(); ++i) {
             const auto record = crawl->hub.getnthofAllItems(i);
             kinds[pathOf(record->getLinkUrl())] = record->getResourceKind();
+            // Only resources carry the key, so the records of links keep their form.
+            const QJsonObject json = recordToJson(*record);
+            EXPECT_EQ(json.contains("kind"), !record->getResourceKind().isEmpty());
+            EXPECT_EQ(json.value("kind").toString(), record->getResourceKind());
         }
         EXPECT_EQ(kinds, c.kinds);
         if (c.on) {
