@@ -252,6 +252,7 @@ void LinkCheckerHub::closeCrawl() {
 
 void LinkCheckerHub::stop() {
     stopPressedFlag = true;
+    ++pauses;
     crawlDidStop();
     numberOfThreadsDetached = 0;
     nextUrlToCrawl = 0;

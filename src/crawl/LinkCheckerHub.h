@@ -221,6 +221,7 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     LinkCheckerUrlPtr currentItem;
     int lastCustomIcon = 0;
     quint64 crawlGeneration = 0;
+    quint64 pauses = 0; // a pause gives up every slot, and with them the waits for a retry
     CrawlExtras extras;
     AnchorCheck anchors{[this](const LinkCheckerUrl& target, const AnchorCheck::Link& link) {
         recordMissingFragment(target, link);

@@ -21,10 +21,11 @@ bool LinkCheckerHub::retryLater(const LinkCheckerUrlPtr& record, const UrlRespon
                              .arg(wait);
     // A timer, not a sleep: the other requests go on meanwhile. The record keeps its slot, so a
     // server that asks for patience gets a little less traffic.
-    const quint64 generation = crawlGeneration;
-    QTimer::singleShot(int(wait * 1000), this, [this, record, generation] {
+    // After a pause the record is sent again by the scheduler, as any unanswered one is.
+    const quint64 generation = crawlGeneration, pausesThen = pauses;
+    QTimer::singleShot(int(wait * 1000), this, [this, record, generation, pausesThen] {
         record->setWaitingToRetry(false);
-        if (generation == crawlGeneration && !stopPressedFlag)
+        if (generation == crawlGeneration && pausesThen == pauses && !stopPressedFlag)
             sendRequest(record);
     });
     return true;

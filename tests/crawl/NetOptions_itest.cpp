@@ -112,6 +112,22 @@ TEST(NetOptions, RetriesWaitWithoutHoldingUpOtherWork) {
     EXPECT_LT(elapsed, 5500);
 }
 
+TEST(NetOptions, APauseDuringARetryWaitSendsTheLinkOnceMore) {
+    const QString target = "/flaky/503/1?c=pause";
+    server().addPage("/retry/pause.html", page("Retry", QString("<a href=\"%1\">x</a>").arg(target)));
+    CrawlExtras extras;
+    extras.retry.attempts = 3;
+    const auto crawl = startCrawl("/retry/pause.html", extras);
+    ASSERT_TRUE(spinUntil([&] { return server().requestsFor(target).size() == 1; }));
+    crawl->hub.go("Pause");
+    crawl->hub.go("Continue");
+    ASSERT_TRUE(crawl->runToEnd());
+    EXPECT_EQ(statuses(*crawl)[target], "200 no error");
+    // The wait begun before the pause must not send it once more after the crawl.
+    spinUntil([] { return false; }, 1300);
+    EXPECT_EQ(server().requestsFor(target).size(), 2);
+}
+
 TEST(NetOptions, AnchorsMustNameAnElementOfTheirPage) {
     server().addPage("/anchors/", page("Start", R"(<p id="local">x</p>
         <a href="target.html#present">1</a> <a href="target.html#absent">2</a>
