@@ -57,6 +57,8 @@ void LinkCheckerHub::startNewCrawl() {
     byPageDictionary.clear();
     lastPageLinks = nullptr;
     linkTextPool.clear();
+    anchors.clear();
+    fragmentRecords.clear();
     getReportDataSource().clear();
 
     soft404Array =
@@ -217,7 +219,7 @@ bool LinkCheckerHub::isFinished() {
     for (const ItemPtr& record : collection) {
         if (!record->getStatus().isEmpty()) {
             ++withStatus;
-        } else if (record->getTimeSinceSent() > 2 * timeout) {
+        } else if (record->getTimeSinceSent() > 2 * timeout && !record->isWaitingToRetry()) {
             // Silent for too long: the connection itself is left alone.
             record->setStatus("The request timed out.");
             --numberOfThreadsDetached;
@@ -260,6 +262,7 @@ void LinkCheckerHub::closeCrawl() {
 
 void LinkCheckerHub::stop() {
     stopPressedFlag = true;
+    ++pauses;
     crawlDidStop();
     numberOfThreadsDetached = 0;
     nextUrlToCrawl = 0;
@@ -374,7 +377,11 @@ void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
     }
     if (!record->getStatus().isEmpty())
         record->setBeingRechecked(true);
+    sendRequest(record);
+}
 
+void LinkCheckerHub::sendRequest(const LinkCheckerUrlPtr& record) {
+    const double timeout = settings.timeout;
     QString text = record->getLinkUrlForTesting();
     if (text.size() > 7 && text.startsWith(u"feed://"))
         text = "http://" + text.mid(7);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "crawl/AnchorCheck.h"
+#include "crawl/CrawlExtras.h"
 #include "crawl/LinkCheckerUrl.h"
 #include "views/KestReportDataSource.h"
 #include "views/lfDataSource.h"
@@ -111,6 +113,19 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     const QStringList& getSoft404Array() const { return soft404Array; }
     KestConfigManager& configManager() const { return config; }
 
+    // Options beyond the site settings, for the crawls that follow; all off by default.
+    void setCrawlExtras(const CrawlExtras& value) { extras = value; }
+    const CrawlExtras& getCrawlExtras() const { return extras; }
+    const StatusCodeSet* acceptedStatuses() const { return extras.accept ? &*extras.accept : nullptr; }
+    bool acceptsAnyCertificate() const { return extras.insecure; }
+    // Whether a record that has followed that many redirects must give up at the next.
+    bool tooManyRedirects(int followed) const {
+        return extras.maxRedirects ? followed >= *extras.maxRedirects : followed > 100;
+    }
+    // An answer that asks to come back later: when the retry options say so, the record's
+    // request is sent again after a wait, keeping its slot, and true is returned.
+    bool retryLater(const LinkCheckerUrlPtr& record, const UrlResponse& response);
+
     // Queues a call for the next pass of the event loop. A call queued during one crawl is
     // dropped if a new crawl has started by the time it runs.
     void postToCrawl(std::function<void()> call);
@@ -163,8 +178,16 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     bool isFollowBlacklisted(LinkCheckerUrl& page) const;
     LinkCheckerUrlPtr lookupKey(QString key, const LinkCheckerUrl* ignore, bool internal) const;
     void takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping,
-                    const QString& link, const QString& linkText, bool nofollow, bool headNofollow);
+                    const QString& link, const QString& linkText, bool nofollow, bool headNofollow,
+                    const QString& resourceKind = QString());
     static void logDroppedLink(const QString& link, const LinkCheckerUrl& page);
+    void sendRequest(const LinkCheckerUrlPtr& record);
+    // The optional readings of a page: its anchor targets and the resources it loads.
+    void readAnchorTargets(const LinkCheckerUrl& page);
+    void takeInResources(const LinkCheckerUrlPtr& page, const LinkResolver& base, bool pageNeededEscaping);
+    void noteFragment(const LinkCheckerUrlPtr& page, const LinkCheckerUrl& target, const QString& absolute,
+                      const QString& linkText, bool nofollow);
+    void recordMissingFragment(const LinkCheckerUrl& target, const AnchorCheck::Link& link);
 
     // The settings that link intake consults for every link, read once per page: a change made
     // during a crawl takes effect from the next page on.
@@ -207,4 +230,12 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     LinkCheckerUrlPtr currentItem;
     int lastCustomIcon = 0;
     quint64 crawlGeneration = 0;
+    quint64 pauses = 0; // a pause gives up every slot, and with them the waits for a retry
+    CrawlExtras extras;
+    AnchorCheck anchors{[this](const LinkCheckerUrl& target, const AnchorCheck::Link& link) {
+        recordMissingFragment(target, link);
+    }};
+    // The records of fragments not found, by URL with fragment: outside the lookup, whose keys
+    // never hold a fragment.
+    QHash<QString, LinkCheckerUrlPtr> fragmentRecords;
 };

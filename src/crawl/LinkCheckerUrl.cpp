@@ -174,10 +174,22 @@ bool isLeftUnchecked(const QString& status) {
 
 } // namespace
 
+// With a list of accepted statuses, the code of the newest answer alone says good or bad;
+// nothing when there is no such list or the status has no code.
+std::optional<bool> LinkCheckerUrl::isAcceptedStatus() const {
+    const StatusCodeSet* accepted = owner ? owner->acceptedStatuses() : nullptr;
+    const int code = accepted ? StatusCodeSet::leadingCode(status) : 0;
+    if (code == 0)
+        return std::nullopt;
+    return accepted->contains(code);
+}
+
 int LinkCheckerUrl::getColour() const {
     if (status.isEmpty())
         return 0;
     const int digit = firstDigit(status);
+    if (const auto accepted = isAcceptedStatus())
+        return *accepted ? (!nssredir.isEmpty() || recursion || digit == 3 ? 2 : 0) : (digit == 4 ? 3 : 4);
     if (digit == 4)
         return 3;
     if (blacklisted && owner && owner->shouldFlagBlacklisted())
@@ -207,7 +219,8 @@ bool LinkCheckerUrl::isGoodLink() const {
 }
 
 bool LinkCheckerUrl::isExempt() const {
-    return status == "MCMS zref" || isLeftUnchecked(status) || status == "missing link url";
+    return status == "MCMS zref" || isLeftUnchecked(status) || status == "missing link url" ||
+           status == "fragment not found";
 }
 
 bool LinkCheckerUrl::isErrorPage() const {
@@ -220,6 +233,8 @@ bool LinkCheckerUrl::isErrorPage() const {
 bool LinkCheckerUrl::shouldBeMemberOfBadCollection() const {
     if (status.isEmpty())
         return true;
+    if (const auto accepted = isAcceptedStatus())
+        return *accepted;
     const int digit = firstDigit(status);
     if (digit == 2)
         return true;

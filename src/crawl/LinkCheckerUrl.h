@@ -226,6 +226,15 @@ class LinkCheckerUrl : public KestDataObject,
     bool getRunJS() const { return runJS.has_value(); }
     void setRunJS(const UrlRequest& request) { runJS = request; }
     LinkCheckerHub* getOwner() const { return owner; }
+    // What a page loads rather than links to ("stylesheet", "script", ...); empty for a link.
+    const QString& getResourceKind() const { return resourceKind; }
+    void setResourceKind(const QString& kind) { resourceKind = kind; }
+    int getRetries() const { return retries; }
+    bool isWaitingToRetry() const { return waitingToRetry; }
+    void setWaitingToRetry(bool waiting) {
+        waitingToRetry = waiting;
+        retries += waiting ? 1 : 0;
+    }
     bool getListsHaveChanged() const { return listsHaveChanged; }
 
   private:
@@ -236,6 +245,7 @@ class LinkCheckerUrl : public KestDataObject,
     void postThreadHasFinished();
     void finishRecheck(myNSURLConnection* connection);
     std::shared_ptr<LinkCheckerUrl> self() { return shared_from_this(); }
+    std::optional<bool> isAcceptedStatus() const;
 
     QString nsslinkUrl;
     QString nssredir;
@@ -293,6 +303,9 @@ class LinkCheckerUrl : public KestDataObject,
         ocurrencesInHeadings = 0, ocurrencesInArchive = 0, totalOcurrences = 0;
     std::optional<UrlRequest> runJS;
     bool _spellingReviewed = false;
+    QString resourceKind;
+    int retries = 0;
+    bool waitingToRetry = false;
     std::unique_ptr<myNSURLConnection> connection;
 };
 

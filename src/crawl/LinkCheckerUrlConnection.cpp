@@ -62,7 +62,7 @@ LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, 
         UrlRules::withHost(request.url.toString(QUrl::FullyEncoded), request.url.host(),
                            UrlRules::inWrittenCase(request.url.host(), UrlRules::writtenHost(writer)));
     const bool hadPercent = newText.contains('%');
-    if (numberOfRedirects > 100) {
+    if (owner->tooManyRedirects(numberOfRedirects)) {
         qInfo().noquote() << QString("recurring redirect: %1").arg(getActualLinkUrl());
         setStatus("recurring redirect");
         postIncNumberDoneAndThreadHasFinished();
@@ -143,6 +143,11 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
         return;
     }
 
+    if (response.isHTTP && !beingRechecked && identifier == myNSURLConnection::crawlIdentifier &&
+        owner->retryLater(self(), response)) {
+        c->cancel();
+        return;
+    }
     if (response.isHTTP) {
         isHTML = headerValue(headers, "Content-Type").contains("html");
         const QString line =
@@ -274,10 +279,11 @@ void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlE
         c->cancel();
 }
 
-// Only the site the user named may have a certificate that does not verify.
+// Only the site the user named may have a certificate that does not verify, unless the user
+// has asked to accept any certificate.
 bool LinkCheckerUrl::connectionCanAuthenticateAgainstProtectionSpace(myNSURLConnection*,
                                                                      const QString& method) {
-    if (method == NSURLAuthenticationMethodServerTrust && startingPoint) {
+    if (method == NSURLAuthenticationMethodServerTrust && (startingPoint || owner->acceptsAnyCertificate())) {
         qInfo() << "bad certificate - trusting";
         return true;
     }
@@ -291,7 +297,7 @@ void LinkCheckerUrl::connectionDidReceiveAuthenticationChallenge(myNSURLConnecti
     if (owner->stopPressed())
         return;
     if (challenge.authenticationMethod == NSURLAuthenticationMethodServerTrust) {
-        if (internal) {
+        if (internal || owner->acceptsAnyCertificate()) {
             c->useServerTrust();
             return;
         }

@@ -147,6 +147,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
             page->clearData();
         ui.reloadView("links");
     };
+    if (extras.checkAnchors)
+        readAnchorTargets(*page);
 
     bool pageNeededEscaping = false;
     QUrl pageUrl(page->getActualLinkUrl(), QUrl::StrictMode);
@@ -164,6 +166,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
                                          settings.ignoreSubdomain))
         return closing();
     if (singlePage && lfDataSource::getnthItem(0) != page)
+        return closing();
+    if (!page->getResourceKind().isEmpty())
         return closing();
     if (isFollowBlacklisted(*page))
         return closing();
@@ -234,13 +238,16 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
                    parser->getHeadContainsNoFollow());
         link = parser->getNextHrefTrim(settings.checkImages, settings.trimSpaces);
     }
+    if (extras.checkResources && parser && parser->getLength() > 0 &&
+        !(page->isErrorPage() && !checkErrorPages()) && !plainTextMode && !sitemapStart)
+        takeInResources(page, base, pageNeededEscaping);
     page->setWordCount(parser ? parser->getWordCount() : 0);
     closing();
 }
 
 void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolver& base,
                                 bool pageNeededEscaping, const QString& rawLink, const QString& linkText,
-                                bool nofollow, bool headNofollow) {
+                                bool nofollow, bool headNofollow, const QString& resourceKind) {
     QString link = rawLink;
     if (link.size() > 2 && link.startsWith(u"./"))
         link = link.mid(2);
@@ -298,6 +305,12 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         known->setHeadContainsNoFollow(headNofollow);
         if (known->getIsImage())
             page->addLinkedImage(known);
+        if (resourceKind.isEmpty()) {
+            // Linked as well as loaded: a link like any other from now on.
+            if (!known->getResourceKind().isEmpty())
+                known->setResourceKind(QString());
+            noteFragment(page, *known, url.absolute, linkText, nofollow);
+        }
         return;
     }
 
@@ -342,11 +355,19 @@ void LinkCheckerHub::takeInLink(const LinkCheckerUrlPtr& page, const LinkResolve
         if (!counted)
             incNumberDone(record);
     }
+    if (record->getStatus().isEmpty() && extras.isExcluded(absolute)) {
+        record->setStatus("Not checked");
+        record->setIsBlacklisted(true);
+        incNumberDone(record);
+    }
+    record->setResourceKind(resourceKind);
     if (record->getIsImage())
         page->addLinkedImage(record);
     record->addNofollow(nofollow);
     record->setHeadContainsNoFollow(headNofollow);
     add(record);
+    if (resourceKind.isEmpty())
+        noteFragment(page, *record, url.absolute, linkText, nofollow);
     getNextUrlToCrawl();
 }
 

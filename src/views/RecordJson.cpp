@@ -15,7 +15,7 @@ QString isoTimeWithZone(const QDateTime& time) {
     return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODateWithMs);
 }
 
-QJsonObject recordToJson(const LinkCheckerUrl& record) {
+static QJsonObject linkToJson(const LinkCheckerUrl& record) {
     QJsonArray onPages;
     const QStringList& urls = record.getOnPageUrlArray();
     for (qsizetype i = 0; i < urls.size(); ++i) {
@@ -54,4 +54,12 @@ QJsonObject recordToJson(const LinkCheckerUrl& record) {
                        {"wordCount", record.getWordCount()},
                        {"blacklisted", record.isBlacklisted()},
                        {"onPages", onPages}};
+}
+
+QJsonObject recordToJson(const LinkCheckerUrl& record) {
+    QJsonObject json = linkToJson(record);
+    // Only what a page loads has a kind; links keep the form they always had.
+    if (!record.getResourceKind().isEmpty())
+        json.insert("kind", record.getResourceKind());
+    return json;
 }

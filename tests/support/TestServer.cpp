@@ -292,6 +292,30 @@ void TestServer::Impl::serveBuiltIn(const Request& request, bool acceptsGzip, co
             answerRedirect(res, 301, QString("/redirect/chain/%1").arg(left - 1));
             return;
         }
+    } else if (path.startsWith("/flaky/")) {
+        // The first K requests of this path and query answer NNN, with the Retry-After of the
+        // query when it has one; every later one answers 200.
+        const QStringList parts = path.mid(7).split('/');
+        const int status = number(parts.value(0)), times = number(parts.value(1));
+        if (status >= 200 && status <= 599 && times >= 0) {
+            qsizetype seen = 0;
+            {
+                std::lock_guard lock(mutex);
+                seen = std::count_if(records.begin(), records.end(), [&](const Request& r) {
+                    return r.path == path && r.query == request.query;
+                });
+            }
+            if (seen > times) {
+                answerHtml(res, 200, "Back again");
+                return;
+            }
+            answerHtml(res, status, QString("Status %1").arg(status));
+            for (const QString& pair : request.query.split('&'))
+                if (pair.startsWith("retry-after="))
+                    res.set_header("Retry-After",
+                                   QUrl::fromPercentEncoding(pair.mid(12).toUtf8()).toStdString());
+            return;
+        }
     } else if (path == "/redirect/nowhere") {
         answerRedirect(res, 302, "");
         return;

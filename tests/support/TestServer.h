@@ -21,6 +21,9 @@
 //   /status/NNN           answers status NNN (200-599) with a small HTML page; 204 and 304 have no body
 //   /redirect/chain/N     301 to /redirect/chain/N-1; /redirect/chain/0 answers 200 HTML
 //   /redirect/NNN         NNN one of 300 301 302 303 307 308: that status to /status/200
+//   /flaky/NNN/K          the first K requests of that path and query answer NNN (200-599), every
+//                         later one 200 HTML; a query retry-after=VALUE (percent-encoded) adds that
+//                         Retry-After header to the NNN answers
 //   /redirect/nowhere     302 with a Location header present but empty
 //   /redirect/endless/N   302 to /redirect/endless/N+1, forever
 //   /slash/PAGE           301 to /slash/PAGE/ (query kept); a path ending in "/" answers 200 HTML

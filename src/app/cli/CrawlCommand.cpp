@@ -1,3 +1,4 @@
+#include "app/NetOptions.h"
 #include "app/TerminalUserInterface.h"
 #include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
@@ -27,6 +28,7 @@ struct CrawlOptions {
     QString start;
     QString jsonPath;
     OutputOptions output;
+    CrawlExtras extras;
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
@@ -69,6 +71,7 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     addReportOptions(parser);
     addSiteOptions(parser);
     addOutputOptions(parser);
+    addNetOptions(parser);
     QStringList argv = args;
     argv.prepend("trellium crawl");
     if (!parser.parse(argv)) {
@@ -190,7 +193,8 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     }
     QString reportError;
     if (!checkReportOptions(parser, &reportError) ||
-        !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError)) {
+        !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError) ||
+        !readNetOptions(parser, out.extras, &reportError)) {
         std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
         return false;
     }
@@ -214,6 +218,7 @@ int runCrawlCommand(const QStringList& args) {
     TerminalUserInterface ui;
     ui.setProgressShown(!options.output.quiet);
     LinkCheckerHub hub(config, preferences, ui);
+    hub.setCrawlExtras(options.extras);
     RecordFeed feed(ui, options.output.verbose);
     QString why;
     if (!options.jsonPath.isEmpty() && !feed.openJson(options.jsonPath, &why)) {
