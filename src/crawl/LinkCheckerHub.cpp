@@ -364,7 +364,6 @@ void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {
 // ---------------------------------------------------------------- one request
 
 void LinkCheckerHub::sendAsyncServerResponse(const LinkCheckerUrlPtr& record) {
-    const double timeout = settings.timeout;
     // Refused without a request: a link that climbs above the root, and a local file in a
     // crawl that did not start from local files, whichever way the record came here.
     const bool localFile = UrlRules::isLocalFileUrl(record->getLinkUrlForTesting()) &&
