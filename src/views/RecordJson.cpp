@@ -1,13 +1,11 @@
 #include "views/RecordJson.h"
+#include "crawl/StatusCodeSet.h"
 
 #include <QDateTime>
 #include <QJsonArray>
 
 int statusCode(const QString& status) {
-    qsizetype digits = 0;
-    while (digits < status.size() && status[digits].isDigit())
-        ++digits;
-    return digits == 0 ? 0 : status.left(digits).toInt();
+    return StatusCodeSet::leadingCode(status);
 }
 
 QString isoTimeWithZone(const QDateTime& time) {
