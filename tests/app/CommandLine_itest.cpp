@@ -118,6 +118,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
         {{"prefs", "set", "checkRobots", "maybe"}, 2, "checkRobots takes YES, NO, true or false"},
         {{"prefs", "set", "Lorrane2xxColourR", "1.5"}, 2, "from 0 to 1"},
         {{"prefs", "set", "validationtimeout", "0"}, 2, "validationtimeout takes a number of at least"},
+        {{"prefs", "set", "TrelliumMaxPageSize", "50MB"}, 2, "TrelliumMaxPageSize takes a number of at least 0"},
         {{"prefs", "set", "monitor", "x"}, 2, "can't be set here"},
         {{"prefs", "get", "nosuch"}, 2, "unknown preference 'nosuch'"},
         {{"prefs", "get"}, 2, "get takes 1 argument"},

@@ -26,11 +26,10 @@ struct NumericText {
     const char* key;
     double minimum;
 };
-const NumericText numericTexts[] = {{"validationdelay", 0},
-                                    {"validationtimeout", 0.001},
-                                    {"SEOtoomanylinks", 0},
-                                    {"SEOmetadescriptionmin", 0},
-                                    {"SEOmetadescriptionmax", 0}};
+const NumericText numericTexts[] = {{"validationdelay", 0},       {"validationtimeout", 0.001},
+                                    {"SEOtoomanylinks", 0},       {"SEOmetadescriptionmin", 0},
+                                    {"SEOmetadescriptionmax", 0}, {"TrelliumMaxPageSize", 0},
+                                    {"TrelliumMaxRequestTime", 0}};
 
 int fail(const QString& message) {
     std::fprintf(stderr, "trellium prefs: %s\n", qPrintable(message));
