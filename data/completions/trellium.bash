@@ -1,4 +1,25 @@
 # bash completion for trellium
+
+# Runs the trellium being completed (as typed, so a build tree's copy works too) with the given
+# arguments; prints nothing when it is missing or fails.
+_trellium_query() {
+    local program=${COMP_WORDS[0]/#\~/$HOME}
+    "$program" "$@" </dev/null 2>/dev/null
+}
+
+# A word as typed on the line, without its quotes and backslashes, as the program sees it.
+_trellium_unquote() {
+    local word=${1//\\/}
+    word=${word#[\"\']}
+    printf '%s' "${word%[\"\']}"
+}
+
+# Names of the stored sites, one a line (a name may hold spaces).
+_trellium_sites() {
+    local IFS=$'\n'
+    COMPREPLY=($(compgen -W "$(_trellium_query sites list | cut -f1)" -- "$cur"))
+}
+
 _trellium() {
     local cur prev
     cur=${COMP_WORDS[COMP_CWORD]}
@@ -6,11 +27,17 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl parse sites run --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
     crawl)
+        # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
+        if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -f -- ""))
+            return
+        fi
         case $prev in
         --format)
             COMPREPLY=($(compgen -W "text json markdown junit" -- "$cur"))
@@ -29,16 +56,30 @@ _trellium() {
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
             return ;;
-        --threads|--timeout|--delay|--user-agent|--header|--do-not-check|--do-not-follow|--only-follow|\
-        --links-limit|--levels-limit|--soft-404-term)
+        --site)
+            compopt -o filenames 2>/dev/null
+            _trellium_sites
+            return ;;
+        --settings)
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -f -X '!*.lcsettings' -- "$cur") $(compgen -d -- "$cur"))
+            return ;;
+        --retry-on)
+            COMPREPLY=($(compgen -W "429,5xx" -- "$cur"))
+            return ;;
+        --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
+        --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
+        --exclude|--include|--max-redirects)
             return ;;
         esac
         if [[ $cur == -* ]]; then
-            COMPREPLY=($(compgen -W "--help --help-all --version --format --quiet --verbose --json --report
-                --bad-only --threads --timeout --delay --user-agent --header --images --ignore-query
-                --keep-slash --single-page --nofollow --error-pages --unique-titles --hash-is-bad
-                --no-external --do-not-check --do-not-follow --only-follow --check-content --robots-txt
-                --links-limit --levels-limit --soft-404 --soft-404-term" -- "$cur"))
+            COMPREPLY=($(compgen -W "--help --help-all --version --site --settings --format --quiet
+                --verbose --json --report --bad-only --threads --timeout --max-time --max-page-size
+                --delay --user-agent --header --insecure --retry --retry-on --max-redirects --images
+                --ignore-query --keep-slash --single-page --nofollow --error-pages --unique-titles
+                --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
+                --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
+                --check-anchors --exclude --include --check-resources" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
@@ -49,23 +90,52 @@ _trellium() {
             return
         fi
         if [[ $cur == -* ]]; then
-            COMPREPLY=($(compgen -W "--help --version --images --trim --encoding --verbose" -- "$cur"))
+            COMPREPLY=($(compgen -W "--help --help-all --version --images --trim --encoding --verbose" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
         fi
         ;;
     sites)
+        local subcommand=${COMP_WORDS[2]}
         if [[ $COMP_CWORD -eq 2 ]]; then
-            COMPREPLY=($(compgen -W "add rename set-url delete export show set --help --version" -- "$cur"))
-        elif [[ ${COMP_WORDS[2]} == export && $COMP_CWORD -eq 4 ]]; then
+            COMPREPLY=($(compgen -W "list add rename set-url delete remove export show set --help --version" \
+                -- "$cur"))
+        elif [[ $subcommand == add ]]; then
+            [[ $prev == add ]] || COMPREPLY=($(compgen -W "--name" -- "$cur"))
+        elif [[ $COMP_CWORD -eq 3 && $subcommand =~ ^(rename|set-url|delete|remove|export|show|set)$ ]]; then
             compopt -o filenames 2>/dev/null
-            COMPREPLY=($(compgen -f -X '!*.lcsettings' -- "$cur"))
+            _trellium_sites
+        elif [[ $subcommand == export && $COMP_CWORD -eq 4 ]]; then
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -f -X '!*.lcsettings' -- "$cur") $(compgen -d -- "$cur"))
+        elif [[ $subcommand == set && $COMP_CWORD -eq 4 ]]; then
+            # Name and URL have commands of their own.
+            local keys
+            keys=$(_trellium_query sites show "$(_trellium_unquote "${COMP_WORDS[3]}")" | awk '$1 !~ /^(name|url|sitemapRules)$/ { print $1 }')
+            COMPREPLY=($(compgen -W "$keys" -- "$cur"))
+        elif [[ $subcommand == set && $COMP_CWORD -eq 5 ]]; then
+            local value
+            value=$(_trellium_query sites show "$(_trellium_unquote "${COMP_WORDS[3]}")" |
+                awk -v key="${COMP_WORDS[4]}" '$1 == key { print $3 }')
+            [[ $value == YES || $value == NO ]] && COMPREPLY=($(compgen -W "YES NO" -- "$cur"))
         fi
         ;;
     run)
         compopt -o filenames 2>/dev/null
         COMPREPLY=($(compgen -f -X '!*.lcsettings' -- "$cur") $(compgen -d -- "$cur"))
+        ;;
+    prefs)
+        local subcommand=${COMP_WORDS[2]}
+        if [[ $COMP_CWORD -eq 2 ]]; then
+            COMPREPLY=($(compgen -W "list get set reset --help --version" -- "$cur"))
+        elif [[ $COMP_CWORD -eq 3 && $subcommand =~ ^(get|set|reset)$ ]]; then
+            COMPREPLY=($(compgen -W "$(_trellium_query prefs list | cut -d' ' -f1)" -- "$cur"))
+        elif [[ $COMP_CWORD -eq 4 && $subcommand == set ]]; then
+            local type
+            type=$(_trellium_query prefs list | awk -v key="${COMP_WORDS[3]}" '$1 == key { print $2 }')
+            [[ $type == bool || $type == yesno ]] && COMPREPLY=($(compgen -W "YES NO" -- "$cur"))
+        fi
         ;;
     esac
 }
