@@ -108,7 +108,8 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         bool ok = false;
         const double value = parser.value(option).toDouble(&ok);
         if (!ok || value < minimum) {
-            std::fprintf(stderr, "trellium crawl: --%s takes a number of at least %g\n", option, minimum);
+            std::fprintf(stderr, "trellium crawl: --%s takes a number of at least %g, not '%s'\n", option,
+                         minimum, qPrintable(parser.value(option)));
             return false;
         }
         store(parser.value(option));

@@ -26,10 +26,15 @@ struct NumericText {
     const char* key;
     double minimum;
 };
-const NumericText numericTexts[] = {{"validationdelay", 0},       {"validationtimeout", 0.001},
-                                    {"SEOtoomanylinks", 0},       {"SEOmetadescriptionmin", 0},
-                                    {"SEOmetadescriptionmax", 0}, {"TrelliumMaxPageSize", 0},
-                                    {"TrelliumMaxRequestTime", 0}};
+const NumericText numericTexts[] = {{"validationdelay", 0},
+                                    {"validationtimeout", 0.001},
+                                    {"SEOtoomanylinks", 0},
+                                    {"SEOmetadescriptionmin", 0},
+                                    {"SEOmetadescriptionmax", 0},
+                                    {"TrelliumMaxPageSize", 0},
+                                    {"TrelliumMaxRequestTime", 0},
+                                    {"delay", 0},
+                                    {"timeout", 0.001}};
 
 int fail(const QString& message) {
     std::fprintf(stderr, "trellium prefs: %s\n", qPrintable(message));
