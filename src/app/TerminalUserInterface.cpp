@@ -39,8 +39,10 @@ QString TerminalUserInterface::chooseOpenFile(const QString&) {
 void TerminalUserInterface::progress(qint64 done, qint64 total, const QString& line) {
     if (!progressShown || total <= 0 || line.isEmpty())
         return;
-    const bool last = done >= total;
-    if (line == lastLine || (!last && sinceLastLine.elapsed() < (interactive ? 250 : 3000)))
+    const bool due = sinceLastLine.elapsed() >= (interactive ? 250 : 3000);
+    // A terminal shows a count that has caught up at once. A log does not: small crawls catch up
+    // after every page, and the closing status line says the last count anyway.
+    if (line == lastLine || !(due || (interactive && done >= total)))
         return;
     lastLine = line;
     sinceLastLine.restart();
