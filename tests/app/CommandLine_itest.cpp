@@ -1,40 +1,18 @@
 // The `trellium` program run as a user runs it: a child process whose home, data and config
 // folders lie in a temporary folder, against the local test server.
+#include "ChildRun.h"
 #include "config/Preferences.h"
 #include "config/SiteStore.h"
 #include "platform/Plist.h"
+#include "support/QtPrinting.h"
 #include "support/TempHome.h"
 #include "support/TestServer.h"
 
-#include "support/QtPrinting.h"
-#include <QDir>
-#include <QProcess>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-struct ChildRun {
-    int exitCode = -1;
-    QString out, err;
-};
-
-// The child inherits HOME and the XDG folders that TempHome has set.
-ChildRun trellium(const QStringList& args) {
-    QProcess process;
-    process.start(TRELLIUM_PROGRAM, args);
-    process.closeWriteChannel();
-    ChildRun run;
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QVariantMap storedSite(const QString& name) {
     SiteStore store;
@@ -58,7 +36,6 @@ QVariantMap withoutLastResult(QVariantMap site) {
 TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     TempHome home;
     TestServer server;
-    server.addPage("/", "<html><body><a href=\"/a.html\">a</a></body></html>");
     const QString start = server.url("/");
     const QString homePath = home.path();
     ASSERT_EQ(trellium({"sites", "add", "http://example.com/", "--name", "Ex"}).exitCode, 0);
@@ -66,8 +43,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     const QVariantMap before = storedSite("Ex");
     const QString notPlist = homePath + "/broken.lcsettings";
     QFile broken(notPlist);
-    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
-    broken.write("not a property list");
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly) && broken.write("not a property list") > 0);
     broken.close();
 
     struct Case {
@@ -85,13 +61,10 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
         {{"sites", "set-url", "Ex", "notaurl"}, 2, "'notaurl' is not a URL"},
         {{"sites", "set", "Ex", "timeOut", "-5"}, 2, "timeOut takes a number of at least 0.001, not '-5'"},
         {{"sites", "set", "Ex", "timeOut", "soon"}, 2, "timeOut takes a number"},
-        {{"sites", "set", "Ex", "delay", "-1"}, 2, "delay takes a number of at least 0"},
-        {{"sites", "set", "Ex", "numberOfThreads", "many"}, 2, "numberOfThreads takes a number"},
         {{"sites", "set", "Ex", "checkImages", "maybe"}, 2, "checkImages takes YES or NO, not 'maybe'"},
         {{"sites", "set", "Ex", "summaryReportFormat", "2"},
          2,
          "summaryReportFormat takes a whole number from 0 to 1"},
-        {{"sites", "set", "Ex", "scheduleCalendarIntervalHours", "24"}, 2, "from 0 to 23"},
         {{"sites", "set", "Ex", "scheduleCalendarIntervalWeekday", "Funday"}, 2, "a weekday"},
         {{"sites", "set", "Nope", "timeOut", "5"}, 2, "no site named 'Nope'"},
         {{"sites", "export", "Ex", "/nonexistent-folder/ex.lcsettings"},
@@ -118,7 +91,9 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
         {{"prefs", "set", "checkRobots", "maybe"}, 2, "checkRobots takes YES, NO, true or false"},
         {{"prefs", "set", "Lorrane2xxColourR", "1.5"}, 2, "from 0 to 1"},
         {{"prefs", "set", "validationtimeout", "0"}, 2, "validationtimeout takes a number of at least"},
-        {{"prefs", "set", "TrelliumMaxPageSize", "50MB"}, 2, "TrelliumMaxPageSize takes a number of at least 0"},
+        {{"prefs", "set", "TrelliumMaxPageSize", "50MB"},
+         2,
+         "TrelliumMaxPageSize takes a number of at least 0"},
         {{"prefs", "set", "monitor", "x"}, 2, "can't be set here"},
         {{"prefs", "get", "nosuch"}, 2, "unknown preference 'nosuch'"},
         {{"prefs", "get"}, 2, "get takes 1 argument"},
@@ -129,10 +104,9 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.args.join(' ').toStdString());
         const ChildRun run = trellium(c.args);
-        EXPECT_EQ(run.exitCode, c.exitCode) << run.err.toStdString();
-        EXPECT_TRUE((c.exitCode == 0 ? run.out : run.err).contains(c.said))
-            << run.out.toStdString() << run.err.toStdString();
-        EXPECT_FALSE((run.out + run.err).contains("www-example-org")) << run.out.toStdString();
+        EXPECT_EQ(run.exitCode, c.exitCode) << run.err;
+        EXPECT_TRUE((c.exitCode == 0 ? run.out : run.err).contains(c.said)) << run.out << run.err;
+        EXPECT_FALSE((run.out + run.err).contains("www-example-org")) << run.out;
     }
     EXPECT_TRUE(server.requests().isEmpty());
     EXPECT_EQ(storedSite("Ex"), before);
@@ -151,16 +125,13 @@ TEST(CommandLine, PrefsRoundTrips) {
         QVariant loaded; // as the program works with it after a fresh start
     };
     const Case cases[] = {
-        {"checkRobots", "NO", "false", false},
-        {"includelastmodinsitemap", "yes", "true", true},
+        {"checkRobots", "no", "false", false},
         {"dontHighlight", "true", "YES", "YES"},
         {"linkslimit", "500", "500", 500},
         {"levelslimit", "0", "0", 0},
-        {"KestreliaShowPageTitle", "1", "1", 1},
         {"Lorrane4xxColourG", "0.25", "0.25", 0.25f},
-        {"userAgentString", "Mozilla/5.0 (X11)", "Mozilla/5.0 (X11)", "Mozilla/5.0 (X11)"},
         {"validationdelay", "2.5", "2.5", "2.5"},
-        {"soft404Terms", "gone\nmissing", "gone\nmissing", "gone\nmissing"},
+        {"soft404Terms", "gone (or moved)\nmissing", "gone (or moved)\nmissing", "gone (or moved)\nmissing"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.key);
@@ -173,15 +144,17 @@ TEST(CommandLine, PrefsRoundTrips) {
     loaded.load();
     for (const Case& c : cases)
         EXPECT_EQ(loaded.value(c.key), c.loaded) << c.key;
-
     EXPECT_EQ(loaded.value("Lorrane4xxColourR"), 1.0f); // the parts not set keep their values
 
+    // Reset brings back the initial value of the key it names, and of no other.
     for (const char* key : {"linkslimit", "checkRobots", "Lorrane4xxColourG"})
         EXPECT_EQ(trellium({"prefs", "reset", key}).exitCode, 0);
-    EXPECT_EQ(trellium({"prefs", "get", "Lorrane4xxColourG"}).out, "0.82\n");
-    EXPECT_EQ(trellium({"prefs", "get", "linkslimit"}).out, "200000\n");
-    EXPECT_EQ(trellium({"prefs", "get", "checkRobots"}).out, "true\n");
-    EXPECT_EQ(trellium({"prefs", "get", "levelslimit"}).out, "0\n");
+    const QString afterReset[][2] = {{"Lorrane4xxColourG", "0.82\n"},
+                                     {"linkslimit", "200000\n"},
+                                     {"checkRobots", "true\n"},
+                                     {"levelslimit", "0\n"}};
+    for (const auto& [key, shown] : afterReset)
+        EXPECT_EQ(trellium({"prefs", "get", key}).out, shown) << key;
 }
 
 // `crawl --site` runs the stored site's settings and writes its status and date back; flags
@@ -189,10 +162,9 @@ TEST(CommandLine, PrefsRoundTrips) {
 TEST(CommandLine, CrawlOfAStoredSiteAndOfASettingsFile) {
     TempHome home;
     TestServer server;
-    server.addPage("/site/",
-                   "<html><body><a href=\"a.html\">a</a> <a href=\"/status/404\">x</a></body></html>");
-    server.addPage("/site/a.html", "<html><body><a href=\"b.html\">b</a></body></html>");
-    server.addPage("/site/b.html", "<html><body>b</body></html>");
+    server.addPage("/site/", "<a href=a.html>a</a><a href=/status/404>x</a>");
+    server.addPage("/site/a.html", "<a href=b.html>b</a>");
+    server.addPage("/site/b.html", "b");
     ASSERT_EQ(trellium({"sites", "add", server.url("/site/"), "--name", "S"}).exitCode, 0);
     ASSERT_EQ(trellium({"sites", "set", "S", "followBlacklist", "a.html"}).exitCode, 0);
     const QVariantMap stored = storedSite("S");
@@ -206,37 +178,33 @@ TEST(CommandLine, CrawlOfAStoredSiteAndOfASettingsFile) {
     struct Case {
         const char* name;
         QStringList args;
-        const char* statusLine;
-        bool bRead;             // whether a.html was followed to b.html
-        const char* siteStatus; // the stored site's status afterwards
+        int links;       // 4 when a.html was followed to b.html
+        bool writesSite; // whether the stored site takes the run's status and date
     };
     const Case cases[] = {
-        {"stored rules",
-         {"--site", "S"},
-         "3 of 3 links checked, 1 bad",
-         false,
-         "3 of 3 links checked, 1 bad"},
+        {"stored rules", {"--site", "S"}, 3, true},
         {"flags override",
          {"--site", "S", "--do-not-follow", "zzz", "--timeout", "7", "--threads", "2"},
-         "4 of 4 links checked, 1 bad",
-         true,
-         "4 of 4 links checked, 1 bad"},
-        {"settings file",
-         {"--settings", "~/single.lcsettings"},
-         "3 of 3 links checked, 1 bad",
-         false,
-         "4 of 4 links checked, 1 bad"},
+         4,
+         true},
+        {"settings file", {"--settings", "~/single.lcsettings"}, 3, false},
     };
+    QVariantMap site;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         server.resetRecords();
         const ChildRun run = trellium(QStringList{"crawl"} + c.args);
-        EXPECT_EQ(run.exitCode, 1) << run.err.toStdString();
-        EXPECT_TRUE(run.out.endsWith(QString(c.statusLine) + "\n")) << run.out.toStdString();
-        EXPECT_EQ(server.requestsFor("/site/b.html").isEmpty(), !c.bRead);
-        const QVariantMap site = storedSite("S");
-        EXPECT_EQ(site.value("status").toString(), c.siteStatus);
+        const QString status = QString("%1 of %1 links checked, 1 bad").arg(c.links);
+        EXPECT_EQ(run.exitCode, 1) << run.err;
+        EXPECT_TRUE(run.out.endsWith(status + "\n")) << run.out;
+        EXPECT_EQ(server.requestsFor("/site/b.html").isEmpty(), c.links == 3);
+        const QVariantMap before = site;
+        site = storedSite("S");
         EXPECT_FALSE(site.value("dateStamp").toString().isEmpty());
+        if (c.writesSite)
+            EXPECT_EQ(site.value("status").toString(), status);
+        else
+            EXPECT_EQ(site, before);
         EXPECT_EQ(withoutLastResult(site), stored);
     }
     EXPECT_EQ(Plist::readFile(file), singlePage);

@@ -1,25 +1,17 @@
 // The manual page and the shell completions name every command, subcommand and option that the
 // program's own help offers, so that neither falls behind when the command line grows.
-#include "support/QtPrinting.h"
+#include "ChildRun.h"
+
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-QString helpOf(const QStringList& args) {
-    QProcess process;
-    process.start(TRELLIUM_PROGRAM, args);
-    process.closeWriteChannel();
-    process.waitForFinished(20000);
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
 QString sourceFile(const QString& path) {
     QFile file(QStringLiteral(TRELLIUM_SOURCE_DIR "/") + path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path;
     return QString::fromUtf8(file.readAll());
 }
 
@@ -49,16 +41,16 @@ TEST(Documentation, NamesWhatTheHelpOffers) {
     const QString zsh = sourceFile("data/completions/_trellium");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.help.join(' ').toStdString());
-        const QString help = helpOf(c.help);
+        const QString help = trellium(c.help).out;
         QStringList names;
         auto matches = QRegularExpression(c.name, QRegularExpression::MultilineOption).globalMatch(help);
         while (matches.hasNext())
             names << matches.next().captured(1);
-        EXPECT_GE(names.size(), 4) << help.toStdString();
+        EXPECT_GE(names.size(), 4) << help;
         for (const QString& name : names) {
-            EXPECT_TRUE(namesWord(manual, name)) << "the manual page lacks " << name.toStdString();
-            EXPECT_TRUE(namesWord(bash, name)) << "the bash completion lacks " << name.toStdString();
-            EXPECT_TRUE(namesWord(zsh, name)) << "the zsh completion lacks " << name.toStdString();
+            EXPECT_TRUE(namesWord(manual, name)) << "the manual page lacks " << name;
+            EXPECT_TRUE(namesWord(bash, name)) << "the bash completion lacks " << name;
+            EXPECT_TRUE(namesWord(zsh, name)) << "the zsh completion lacks " << name;
         }
     }
 }
