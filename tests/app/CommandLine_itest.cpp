@@ -36,12 +36,11 @@ QVariantMap withoutLastResult(QVariantMap site) {
 TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     TempHome home;
     TestServer server;
-    const QString start = server.url("/");
-    const QString homePath = home.path();
+    const QString start = server.url("/"), root = home.path();
     ASSERT_EQ(trellium({"sites", "add", "http://example.com/", "--name", "Ex"}).exitCode, 0);
     ASSERT_EQ(trellium({"sites", "add", "http://plain.example/"}).exitCode, 0);
     const QVariantMap before = storedSite("Ex");
-    const QString notPlist = homePath + "/broken.lcsettings";
+    const QString notPlist = root + "/broken.lcsettings";
     QFile broken(notPlist);
     ASSERT_TRUE(broken.open(QIODevice::WriteOnly) && broken.write("not a property list") > 0);
     broken.close();
@@ -62,44 +61,36 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
         {{"sites", "set", "Ex", "timeOut", "-5"}, 2, "timeOut takes a number of at least 0.001, not '-5'"},
         {{"sites", "set", "Ex", "timeOut", "soon"}, 2, "timeOut takes a number"},
         {{"sites", "set", "Ex", "checkImages", "maybe"}, 2, "checkImages takes YES or NO, not 'maybe'"},
-        {{"sites", "set", "Ex", "summaryReportFormat", "2"},
-         2,
-         "summaryReportFormat takes a whole number from 0 to 1"},
+        {{"sites", "set", "Ex", "summaryReportFormat", "2"}, 2, "takes a whole number from 0 to 1"},
         {{"sites", "set", "Ex", "scheduleCalendarIntervalWeekday", "Funday"}, 2, "a weekday"},
         {{"sites", "set", "Nope", "timeOut", "5"}, 2, "no site named 'Nope'"},
-        {{"sites", "export", "Ex", "/nonexistent-folder/ex.lcsettings"},
+        {{"sites", "export", "Ex", "/no/ex.lcsettings"},
          2,
-         "cannot write /nonexistent-folder/ex.lcsettings: No such file or directory"},
+         "cannot write /no/ex.lcsettings: No such file or directory"},
         {{"crawl", "--timeout", "-1", start}, 2, "--timeout takes a number"},
         {{"crawl", "--site", "Nope"}, 2, "no site named 'Nope'"},
         {{"crawl", "--site", "Ex", start}, 2, "give one of"},
         {{"crawl", "--site", "Ex", "--settings", notPlist}, 2, "give one of"},
-        {{"crawl", "--settings", "~/missing.lcsettings"},
-         2,
-         "cannot open " + homePath + "/missing.lcsettings"},
+        {{"crawl", "--settings", "~/missing.lcsettings"}, 2, "cannot open " + root + "/missing.lcsettings"},
         {{"crawl", "--settings", notPlist}, 2, "cannot open " + notPlist + ": not a settings file"},
-        {{"run", "~/missing.lcsettings"}, 2, "cannot open " + homePath + "/missing.lcsettings: no such file"},
-        {{"crawl", "~/nowhere"}, 2, homePath + "/nowhere: No such file or directory"},
-        {{"crawl", start, "--json", "~/missing/out.jsonl"},
+        {{"run", "~/missing.lcsettings"}, 2, "cannot open " + root + "/missing.lcsettings: no such file"},
+        {{"crawl", "~/nowhere"}, 2, root + "/nowhere: No such file or directory"},
+        {{"crawl", start, "--json", "~/no/x"},
          2,
-         "cannot write " + homePath + "/missing/out.jsonl: No such file or directory"},
-        {{"crawl", start, "--json", homePath}, 2, "cannot write " + homePath + ": it is a folder"},
-        {{"crawl", start, "--report", "flat-csv=" + homePath},
-         2,
-         "report to " + homePath + ": it is a folder"},
+         "cannot write " + root + "/no/x: No such file or directory"},
+        {{"crawl", start, "--json", root}, 2, "cannot write " + root + ": it is a folder"},
+        {{"crawl", start, "--report", "flat-csv=" + root}, 2, "report to " + root + ": it is a folder"},
         {{"prefs", "set", "linkslimit", "-1"}, 2, "linkslimit takes a whole number of at least 0"},
         {{"prefs", "set", "checkRobots", "maybe"}, 2, "checkRobots takes YES, NO, true or false"},
         {{"prefs", "set", "Lorrane2xxColourR", "1.5"}, 2, "from 0 to 1"},
         {{"prefs", "set", "validationtimeout", "0"}, 2, "validationtimeout takes a number of at least"},
-        {{"prefs", "set", "TrelliumMaxPageSize", "50MB"},
-         2,
-         "TrelliumMaxPageSize takes a number of at least 0"},
+        {{"prefs", "set", "TrelliumMaxPageSize", "50MB"}, 2, "takes a number of at least 0, not '50MB'"},
         {{"prefs", "set", "monitor", "x"}, 2, "can't be set here"},
         {{"prefs", "get", "nosuch"}, 2, "unknown preference 'nosuch'"},
         {{"prefs", "get"}, 2, "get takes 1 argument"},
         // Accepted: the answer names the site, never its file in the store.
         {{"sites", "add", "www.example.org", "--name", "Org"}, 0, "added 'Org' (www.example.org)"},
-        {{"sites", "add", "~", "--name", "Home"}, 0, "added 'Home' (file://" + homePath + "/)"},
+        {{"sites", "add", "~", "--name", "Home"}, 0, "added 'Home' (file://" + root + "/)"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.args.join(' ').toStdString());

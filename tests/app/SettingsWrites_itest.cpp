@@ -32,25 +32,22 @@ QMap<QString, QByteArray> snapshot(const QString& root) {
 // A tmpfs of 256 KB, mounted for the object's life; only root can make one.
 class SmallDisk {
   public:
-    SmallDisk() {
-#ifdef __linux__
-        mounted = dir.isValid() && ::mount("tmpfs", where(), "tmpfs", 0, options) == 0;
-#endif
-    }
+    SmallDisk() { mounted = dir.isValid() && mount(false); }
     ~SmallDisk() {
 #ifdef __linux__
         if (mounted)
-            ::umount2(where(), MNT_DETACH);
+            ::umount2(QFile::encodeName(path()).constData(), MNT_DETACH);
 #endif
     }
     QString path() const {
         return dir.path();
     }
-    bool setReadOnly() {
+    bool mount(bool readOnly) {
 #ifdef __linux__
-        return ::mount(nullptr, where(), nullptr, MS_REMOUNT | MS_RDONLY, options) == 0;
+        return ::mount("tmpfs", QFile::encodeName(path()).constData(), "tmpfs",
+                       readOnly ? MS_REMOUNT | MS_RDONLY : 0, "size=256k,mode=0755") == 0;
 #else
-        return false;
+        return readOnly && false;
 #endif
     }
     // Writes until the disk refuses another byte.
@@ -67,12 +64,7 @@ class SmallDisk {
     bool mounted = false;
 
   private:
-    const char* where() const {
-        return encoded.constData();
-    }
-    static constexpr const char* options = "size=256k,mode=0755";
     QTemporaryDir dir;
-    QByteArray encoded = QFile::encodeName(dir.path());
 };
 
 } // namespace
@@ -120,7 +112,7 @@ TEST(SettingsWrites, FailedWritesExitTwoAndLeaveTheOldFiles) {
             preferences.close();
             const QMap<QString, QByteArray> before = snapshot(home);
 
-            ASSERT_TRUE(full ? disk.fill() : disk.setReadOnly());
+            ASSERT_TRUE(full ? disk.fill() : disk.mount(true));
             const ChildRun run = trellium(c.args, home);
             EXPECT_EQ(run.exitCode, c.unwritten.isEmpty() ? 0 : 2) << run.err;
             const QString path = store + "/" + c.unwritten;
