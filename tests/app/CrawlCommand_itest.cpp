@@ -251,19 +251,17 @@ TEST(CrawlCommand, TerminalAndScriptCorners) {
 TEST(CrawlCommand, ProgressEscapesOnlyWhereUnderstood) {
     TempHome home;
     const QString command = QString("%1 %2 crawl %3").arg("%1", TRELLIUM_PROGRAM, site().url("/"));
-    struct Case {
-        const char* term; // run on a terminal (script's pseudo-terminal) with this TERM
-        bool escapes;
-    };
-    for (const Case& c : {Case{"TERM=xterm", true}, Case{"TERM=dumb", false}, Case{"-u TERM", false}}) {
-        SCOPED_TRACE(c.term);
+    // Run on a terminal (script's pseudo-terminal) with TERM set so, or unset.
+    for (const auto& [term, escapes] :
+         {std::pair{"TERM=xterm", true}, {"TERM=dumb", false}, {"-u TERM", false}}) {
+        SCOPED_TRACE(term);
         QProcess script;
         script.setStandardInputFile(QProcess::nullDevice());
-        script.start("script", {"-qefc", command.arg(QString("env ") + c.term), "/dev/null"});
+        script.start("script", {"-qefc", command.arg(QString("env ") + term), "/dev/null"});
         ASSERT_TRUE(script.waitForFinished(20000));
         const QByteArray shown = script.readAllStandardOutput();
         EXPECT_TRUE(shown.contains("7 of 7 links checked, 2 bad")) << shown.constData();
-        EXPECT_EQ(shown.contains("\r\033[K"), c.escapes) << shown.constData();
+        EXPECT_EQ(shown.contains("\r\033[K"), escapes) << shown.constData();
     }
 }
 
