@@ -176,30 +176,23 @@ TEST(LinkIntakeEdges, NofollowShowsInTheFlatExportAndTheRobotsField) {
                    page("Meta", "<a href=\"/leaf\">leaf</a>", "<meta name=\"robots\" content=\"nofollow\">"));
     server.addPage("/leaf", page("Leaf", ""));
 
-    struct Case {
-        const char* name;
-        bool byLinkColumn, flatColumn;
-        bool detected;
-    };
-    const Case cases[] = {
-        {"default columns", false, true, true},
-        {"by-link column alone", true, false, true},
-        {"no nofollow column", false, false, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    // The two Nofollow column switches; whether nofollow is looked for.
+    const std::tuple<bool, bool, bool> cases[] = {
+        {false, true, true}, {true, false, true}, {false, false, false}};
+    for (const auto& [byLinkColumn, flatColumn, detected] : cases) {
+        SCOPED_TRACE(testing::Message() << byLinkColumn << flatColumn);
         Crawl crawl(server.url("/"));
-        crawl.preferences.setValue("LorraneByLinkViewColsNofollow", c.byLinkColumn);
-        crawl.preferences.setValue("LorraneFlatViewColsNofollow", c.flatColumn);
+        crawl.preferences.setValue("LorraneByLinkViewColsNofollow", byLinkColumn);
+        crawl.preferences.setValue("LorraneFlatViewColsNofollow", flatColumn);
         crawl.hub.go();
         ASSERT_TRUE(crawl.runToEnd());
-        EXPECT_EQ(crawl.find(server.url("/meta"))->getRobots(), c.detected ? "nofollow" : "");
+        EXPECT_EQ(crawl.find(server.url("/meta"))->getRobots(), detected ? "nofollow" : "");
         // The nofollow of every occurrence, read back from the flat export's last column.
         crawl.preferences.setValue("LorraneFlatViewColsNofollow", true);
         KestReportDataSource& report = crawl.hub.getReportDataSource();
         report.doReport(crawl.hub, true);
         const QStringList rows = report.getFlatCSV(report.tableView()).split('\r');
-        const QString yes = c.detected ? "\"Yes\"" : "\"No\"";
+        const QString yes = detected ? "\"Yes\"" : "\"No\"";
         for (const char* path : {"/nf", "/leaf", "/meta"}) {
             const QString url = "\"" + server.url(path) + "\"";
             const auto row =
