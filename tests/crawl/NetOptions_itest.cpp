@@ -182,7 +182,6 @@ TEST(NetOptions, ExcludeAndIncludePatterns) {
         QStringList exclude, include, notChecked;
     };
     const Case cases[] = {
-        {{}, {}, {}},
         {{"drop"}, {}, {}}, // case matters
         {{"(?i)drop", "status/4\\d\\d$"}, {}, {"/rules/DROP.html", "/status/404"}},
         {{}, {"keep"}, {"/rules/DROP.html", "/status/404"}}, // the start is checked all the same
