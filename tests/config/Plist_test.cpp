@@ -202,7 +202,8 @@ TEST(Plist, DeepAndTangledListsAreRefused) {
         {"binary shared object too deep", bplist(shared), "nested deeper than 512 levels"},
         {"binary reference past the end", bplist({dict({1}, {9}), ascii("k")}), "missing object"},
         {"binary cut short", bplist(chain(3)).chopped(5), "binary property list"},
-        {"binary count past the end", bplist({dict({1}, {2}), ascii("k"), QByteArray("\x5f\x11\x7f\xff")}),
+        // Ten UTF-16 units: the 12 bytes of offsets after them hold ten bytes, not twenty.
+        {"binary count past the end", bplist({dict({1}, {2}), ascii("k"), QByteArray("\x6f\x10\x0a")}),
          "past its end"},
     };
     for (const Case& c : cases) {
