@@ -3,12 +3,11 @@
 #include "platform/SyncFetch.h"
 #include "support/CrawlFixture.h"
 #include "support/HostileServer.h"
-
 #include "support/QtPrinting.h"
-#include <QFile>
-#include <sys/resource.h>
 
+#include <QFile>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -57,12 +56,7 @@ TEST(HostileServer, EveryLinkEndsWithItsStatusInBoundedMemory) {
     ASSERT_TRUE(crawl.runToEnd(15000));
     const qint64 peak = memoryFigure("VmHWM") - before;
 
-    struct Case {
-        const char* path;
-        const char* status;
-        int colour;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, int> cases[] = {
         {"/", "200 no error", 0},
         {"/ok", "200 no error", 0},
         {"/big", "page too large", 4},
@@ -73,12 +67,12 @@ TEST(HostileServer, EveryLinkEndsWithItsStatusInBoundedMemory) {
         {"/header", "response header too large", 4},
     };
     EXPECT_EQ(crawl.hub.count(), qsizetype(std::size(cases)));
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.path);
-        const auto record = crawl.find(server().url(c.path));
+    for (const auto& [path, status, colour] : cases) {
+        SCOPED_TRACE(path);
+        const auto record = crawl.find(server().url(path));
         ASSERT_TRUE(record);
-        EXPECT_EQ(record->getStatus(), c.status);
-        EXPECT_EQ(record->getColour(), c.colour);
+        EXPECT_EQ(record->getStatus(), status);
+        EXPECT_EQ(record->getColour(), colour);
         EXPECT_FALSE(record->getData().size()) << "a body outlived its request";
     }
     EXPECT_EQ(crawl.hub.getCrawlState(), LinkCheckerHub::CrawlState::Finished);
@@ -86,22 +80,14 @@ TEST(HostileServer, EveryLinkEndsWithItsStatusInBoundedMemory) {
 }
 
 TEST(HostileServer, SynchronousFetchStopsAtTheLimit) {
-    struct Case {
-        const char* path;
-        const char* error;
-        qsizetype bodySize;
-    };
-    const Case cases[] = {
-        {"/bomb", "page too large", 0},
-        {"/big", "page too large", 0},
-        {"/ok", "", 13},
-    };
+    const std::tuple<const char*, const char*, qsizetype> cases[] = {
+        {"/bomb", "page too large", 0}, {"/big", "page too large", 0}, {"/ok", "", 13}};
     const qint64 before = resetPeakMemory();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.path);
-        const SyncFetchResult fetched = fetchSynchronously(server().url(c.path), "test", 10, 1024 * 1024);
-        EXPECT_EQ(fetched.error, c.error);
-        EXPECT_EQ(fetched.body.size(), c.bodySize);
+    for (const auto& [path, error, bodySize] : cases) {
+        SCOPED_TRACE(path);
+        const SyncFetchResult fetched = fetchSynchronously(server().url(path), "test", 10, 1024 * 1024);
+        EXPECT_EQ(fetched.error, error);
+        EXPECT_EQ(fetched.body.size(), bodySize);
     }
     EXPECT_LT(memoryFigure("VmHWM") - before, peakBoundKb);
 }

@@ -11,31 +11,25 @@
 TEST(StatusCodeSet, ParsesCodesRangesAndClasses) {
     struct Case {
         const char* text;
-        bool valid;
         QList<int> in, out;
     };
     const Case cases[] = {
-        {"200..299,403", true, {200, 250, 299, 403}, {199, 300, 404}},
-        {"429, 5xx", true, {429, 500, 599}, {428, 499, 600}},
-        {"2XX", true, {200, 299}, {300}},
-        {"404..404", true, {404}, {403, 405}},
-        {"299..200", false, {}, {}},
-        {"2x", false, {}, {}},
-        {"200,", false, {}, {}},
-        {"099", false, {}, {}},
-        {"1000", false, {}, {}},
-        {"0xx", false, {}, {}},
-        {"abc", false, {}, {}},
+        {"200..299,403", {200, 250, 299, 403}, {199, 300, 404}},
+        {"429, 5xx", {429, 500, 599}, {428, 499, 600}},
+        {"2XX", {200, 299}, {300}},
+        {"404..404", {404}, {403, 405}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
         const auto set = StatusCodeSet::parse(c.text);
-        ASSERT_EQ(set.has_value(), c.valid);
+        ASSERT_TRUE(set);
         for (int code : c.in)
             EXPECT_TRUE(set->contains(code)) << code;
         for (int code : c.out)
             EXPECT_FALSE(set->contains(code)) << code;
     }
+    for (const char* text : {"299..200", "2x", "200,", "099", "1000", "0xx", "abc"})
+        EXPECT_FALSE(StatusCodeSet::parse(text)) << text;
 }
 
 TEST(StatusCodeSet, LeadingCodeOfAStatus) {
@@ -44,7 +38,6 @@ TEST(StatusCodeSet, LeadingCodeOfAStatus) {
         {"200 no error < 301 moved permanently", 200},
         {"404 'soft 404' < 200 no error", 404},
         {"200 no error (not http)", 200},
-        {"The request timed out.", 0},
         {"Not checked", 0},
         {"4040 x", 0},
         {"", 0},
@@ -79,12 +72,17 @@ TEST(RetryPolicy, WaitsFollowRetryAfterOrDouble) {
 }
 
 TEST(NetOptions, CommandLineValuesAndRefusals) {
-    struct Case {
-        QStringList args;
-        const char* error; // empty: accepted
+    // Reads the options into `extras`; the message of a refusal, or empty.
+    const auto read = [](const QStringList& args, CrawlExtras& extras) {
+        QCommandLineParser parser;
+        addNetOptions(parser);
+        EXPECT_TRUE(parser.parse(QStringList{"trellium"} + args));
+        QString error;
+        const bool accepted = readNetOptions(parser, extras, &error);
+        EXPECT_EQ(accepted, error.isEmpty());
+        return error;
     };
-    const Case cases[] = {
-        {{}, ""},
+    const std::pair<QStringList, const char*> cases[] = {
         {{"--retry", "3", "--retry-on", "503"}, ""},
         {{"--retry", "-1"}, "--retry takes a whole number of at least 0"},
         {{"--retry-on", "503"}, "--retry-on needs --retry N"},
@@ -96,23 +94,13 @@ TEST(NetOptions, CommandLineValuesAndRefusals) {
         {{"--exclude", "a(", "--include", "b"},
          "--exclude 'a(' is no regular expression: missing closing parenthesis"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.args.join(' ').toStdString());
-        QCommandLineParser parser;
-        addNetOptions(parser);
-        ASSERT_TRUE(parser.parse(QStringList{"trellium"} + c.args));
+    for (const auto& [args, error] : cases) {
         CrawlExtras extras;
-        QString error;
-        EXPECT_EQ(readNetOptions(parser, extras, &error), !*c.error);
-        EXPECT_EQ(error, c.error);
+        EXPECT_EQ(read(args, extras), error) << args.join(' ').toStdString();
     }
-    // Nothing given: nothing changes.
-    QCommandLineParser parser;
-    addNetOptions(parser);
-    ASSERT_TRUE(parser.parse({"trellium", "--retry", "2"}));
+    // A bare --retry retries the default codes; the options not given change nothing.
     CrawlExtras extras;
-    QString error;
-    ASSERT_TRUE(readNetOptions(parser, extras, &error));
+    ASSERT_EQ(read({"--retry", "2"}, extras), "");
     EXPECT_TRUE(extras.retry.shouldRetry(429, 1));
     EXPECT_TRUE(extras.retry.shouldRetry(503, 0));
     EXPECT_FALSE(extras.retry.shouldRetry(503, 2));
