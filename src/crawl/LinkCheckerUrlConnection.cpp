@@ -56,11 +56,12 @@ LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, 
         return request;
     // The target keeps its host's letter case: as the Location writes it, or, for a target on
     // the same host, as this record's URL does.
-    const QString location = QString::fromUtf8(headerValue(redirect->headerFields, "Location"));
-    const QString writer = UrlRules::writtenHost(location).isNull() ? getActualLinkUrl() : location;
-    const QString newText =
-        UrlRules::withHost(request.url.toString(QUrl::FullyEncoded), request.url.host(),
-                           UrlRules::inWrittenCase(request.url.host(), UrlRules::writtenHost(writer)));
+    const QString locationHost =
+        UrlRules::writtenHost(QString::fromUtf8(headerValue(redirect->headerFields, "Location")));
+    const QString writtenHost =
+        locationHost.isNull() ? UrlRules::writtenHost(getActualLinkUrl()) : locationHost;
+    const QString newText = UrlRules::withHost(request.url.toString(QUrl::FullyEncoded), request.url.host(),
+                                               UrlRules::inWrittenCase(request.url.host(), writtenHost));
     const bool hadPercent = newText.contains('%');
     if (owner->tooManyRedirects(numberOfRedirects)) {
         qInfo().noquote() << QString("recurring redirect: %1").arg(getActualLinkUrl());

@@ -8,6 +8,7 @@
 #include <QtDebug>
 #include <climits>
 #include <new>
+#include <system_error>
 
 // What a row needs of a record, copied on the caller's thread so that the rows can be made
 // elsewhere while the crawl goes on changing the records. The copies share their text.
@@ -108,7 +109,17 @@ void KestReportDataSource::doReport(LinkCheckerHub& hub, bool onThisThread) {
         waitForReport();
         return;
     }
-    worker = std::thread([this, records = std::move(records)]() mutable { buildRows(std::move(records)); });
+    // Shared, so the records are still here should the thread fail to start.
+    auto shared = std::make_shared<std::vector<RecordSnapshot>>(std::move(records));
+    try {
+        worker = std::thread([this, shared] { buildRows(std::move(*shared)); });
+    } catch (const std::system_error& error) {
+        // No thread to be had (a crawl that ran out of memory ends here): the rows are built
+        // here instead, so the finish still has its report.
+        qInfo().noquote() << QString("report built on the caller's thread: %1").arg(error.what());
+        buildRows(std::move(*shared));
+        waitForReport();
+    }
 }
 
 void KestReportDataSource::buildRows(std::vector<RecordSnapshot> records) {

@@ -37,12 +37,14 @@ bool loadStoredSettings(const QCommandLineParser& parser, KestConfigManager& con
     }
     const QString path = CliInput::expandTilde(parser.value("settings"));
     QVariantMap settings;
-    if (!QFileInfo(path).isFile()) {
+    if (!QFileInfo::exists(path)) {
         *error = QString("cannot open %1: no such file").arg(path);
         return false;
     }
-    if (!Plist::readFile(path, settings)) {
-        *error = QString("cannot open %1: not a settings file").arg(path);
+    // Read as `run` reads its file: a FIFO or a device is refused with the reason, never read.
+    QString reason;
+    if (!Plist::readFile(path, settings, &reason)) {
+        *error = QString("cannot open %1: not a settings file (%2)").arg(path, reason);
         return false;
     }
     if (settings.value("url").toString().trimmed().isEmpty()) {
