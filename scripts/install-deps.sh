@@ -12,6 +12,12 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   clang libclang-rt-14-dev
   python3
+  qt6-charts-dev libqt6opengl6-dev libxkbcommon-dev
+  libenchant-2-dev hunspell-en-us hunspell-de-de
+  liblink-grammar-dev link-grammar-dictionaries-en
+  w3c-markup-validator lighttpd
+  python3-pyftpdlib python3-aiosmtpd
+  libxml2-utils
 )
 
 missing=()

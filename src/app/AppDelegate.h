@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/SEOManager.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
@@ -49,6 +50,7 @@ class AppDelegate {
     QString getUrlField() const { return urlField; }
 
     LinkCheckerHub& getHub() { return hub; }
+    SEOManager& getSEOManager() { return seoManager; }
     KestConfigManager& getConfigManager() { return config; }
     Preferences& getPreferences() { return preferences; }
 
@@ -71,6 +73,7 @@ class AppDelegate {
     Preferences preferences;
     KestConfigManager config;
     LinkCheckerHub hub;
+    SEOManager seoManager{config, preferences, hub};
 
     bool loaded = false;
     QString autoStart;

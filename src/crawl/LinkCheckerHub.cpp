@@ -60,6 +60,8 @@ void LinkCheckerHub::startNewCrawl() {
     anchors.clear();
     fragmentRecords.clear();
     getReportDataSource().clear();
+    if (onNewCrawl)
+        onNewCrawl();
 
     soft404Array =
         KestConfigManager::trimEachItemInArray(preferences.stringValue(u"soft404Terms"_s).split("\n"));

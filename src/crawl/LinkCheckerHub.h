@@ -132,6 +132,11 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // Told of each record that has its status, one event-loop pass later, so that a page's own
     // facts are read by then. For a command line that reports records as they finish.
     std::function<void(const LinkCheckerUrlPtr&)> onRecordChecked;
+    // The SEO collection (src/analysis) joins here: told of each parsed page of the site that
+    // belongs in it, with whether the page is new to the by-page list (a page fetched a second
+    // time is not), and of each new crawl, which clears it.
+    std::function<void(const LinkCheckerUrlPtr& page, bool isNew)> onSitePage;
+    std::function<void()> onNewCrawl;
 
     // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);

@@ -228,9 +228,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         link.reset();
     if (isUsingTitles())
         addToLookupWithKey(page, page->getLinkPageTitle());
-    if (!rechecking && shouldBeInSitemapCollection(*page)) {
-        // The SEO table and the sitemap rules take the page here once they exist.
-    }
+    if (!rechecking && onSitePage && shouldBeInSitemapCollection(*page))
+        onSitePage(page, !byPageDictionary.contains(page->getActualLinkUrl()));
 
     while (link) {
         const QString text = *linkTextPool.insert(parser->getLinkText().value_or(QString("")));

@@ -1,7 +1,9 @@
+#include "analysis/SEOManager.h"
 #include "app/NetOptions.h"
 #include "app/TerminalUserInterface.h"
 #include "app/cli/CliInput.h"
 #include "app/cli/Commands.h"
+#include "app/cli/CrawlJob.h"
 #include "app/cli/CrawlOutput.h"
 #include "app/cli/Interruption.h"
 #include "app/cli/RecordFeed.h"
@@ -32,10 +34,11 @@ struct CrawlOptions {
 };
 
 // Reads the flags into the site's working copy; on bad input prints why and returns false.
-bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfigManager& config,
-                 Preferences& preferences, CrawlOptions& out) {
-    parser.setApplicationDescription("Checks a site from its starting URL, or a local folder or file, and "
-                                     "reports every link it meets.");
+bool readOptions(const CrawlJob& job, const QStringList& args, QCommandLineParser& parser,
+                 KestConfigManager& config, Preferences& preferences, CrawlOptions& out) {
+    const QByteArray command = ("trellium " + job.name).toUtf8();
+    const char* name = command.constData();
+    parser.setApplicationDescription(job.description);
     parser.addHelpOption();
     parser.addPositionalArgument("start", "URL or local path to start from");
     parser.addOptions({
@@ -72,27 +75,28 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     addSiteOptions(parser);
     addOutputOptions(parser);
     addNetOptions(parser);
+    parser.addOptions(job.options);
     QStringList argv = args;
-    argv.prepend("trellium crawl");
+    argv.prepend(command);
     if (!parser.parse(argv)) {
-        std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(parser.errorText()));
+        std::fprintf(stderr, "%s: %s\n", name, qPrintable(parser.errorText()));
         return false;
     }
     if (parser.isSet("help") || parser.isSet("help-all")) {
-        std::fputs(qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"),
-                                                        "Usage: trellium crawl")),
-                   stdout);
+        std::fputs(
+            qPrintable(parser.helpText().replace(QRegularExpression("^Usage: \\S+"), "Usage: " + command)),
+            stdout);
         std::exit(0);
     }
     const QStringList positional = parser.positionalArguments();
     QString sourceError;
     if (usesStoredSettings(parser)) {
         if (!loadStoredSettings(parser, config, &sourceError)) {
-            std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(sourceError));
+            std::fprintf(stderr, "%s: %s\n", name, qPrintable(sourceError));
             return false;
         }
     } else if (positional.size() != 1 || positional[0].trimmed().isEmpty()) {
-        std::fputs("trellium crawl: give one starting URL or path (see --help)\n", stderr);
+        std::fprintf(stderr, "%s: give one starting URL or path (see --help)\n", name);
         return false;
     } else {
         // A path that does not exist then fails to open with a clear message instead of
@@ -108,8 +112,8 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         bool ok = false;
         const double value = parser.value(option).toDouble(&ok);
         if (!ok || value < minimum) {
-            std::fprintf(stderr, "trellium crawl: --%s takes a number of at least %g, not '%s'\n", option,
-                         minimum, qPrintable(parser.value(option)));
+            std::fprintf(stderr, "%s: --%s takes a number of at least %g, not '%s'\n", name, option, minimum,
+                         qPrintable(parser.value(option)));
             return false;
         }
         store(parser.value(option));
@@ -131,13 +135,13 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         preferences.setValue("userAgentString", parser.value("user-agent"));
     const QStringList headers = parser.values("header");
     if (headers.size() > 3) {
-        std::fputs("trellium crawl: at most three --header options\n", stderr);
+        std::fprintf(stderr, "%s: at most three --header options\n", name);
         return false;
     }
     for (int i = 0; i < headers.size(); ++i) {
         const qsizetype colon = headers[i].indexOf(':');
         if (colon <= 0) {
-            std::fprintf(stderr, "trellium crawl: --header takes 'Name: value', not '%s'\n",
+            std::fprintf(stderr, "%s: --header takes 'Name: value', not '%s'\n", name,
                          qPrintable(headers[i]));
             return false;
         }
@@ -176,7 +180,7 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
         bool ok = false;
         const int value = parser.value(limit).toInt(&ok);
         if (!ok || value < 0) {
-            std::fprintf(stderr, "trellium crawl: --%s takes a whole number of at least 0\n", limit);
+            std::fprintf(stderr, "%s: --%s takes a whole number of at least 0\n", name, limit);
             return false;
         }
         preferences.setValue(QString(limit).remove('-'), value);
@@ -188,15 +192,14 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
     out.jsonPath = CliInput::expandTilde(parser.value("json"));
     QString why;
     if (!out.jsonPath.isEmpty() && out.jsonPath != "-" && !CliInput::isWritableFile(out.jsonPath, &why)) {
-        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(out.jsonPath),
-                     qPrintable(why));
+        std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(out.jsonPath), qPrintable(why));
         return false;
     }
     QString reportError;
     if (!checkReportOptions(parser, &reportError) ||
         !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError) ||
         !readNetOptions(parser, out.extras, &reportError)) {
-        std::fprintf(stderr, "trellium crawl: %s\n", qPrintable(reportError));
+        std::fprintf(stderr, "%s: %s\n", name, qPrintable(reportError));
         return false;
     }
     return true;
@@ -204,7 +207,14 @@ bool readOptions(const QStringList& args, QCommandLineParser& parser, KestConfig
 
 } // namespace
 
-int runCrawlCommand(const QStringList& args) {
+int printLinkResult(CrawlContext& context) {
+    return printCrawlResult(context.hub, context.preferences, context.config.getStatus(), context.started,
+                            context.filesFailed, context.output, context.jsonToStdout);
+}
+
+int runCrawlJob(const QStringList& args, const CrawlJob& job) {
+    const QByteArray command = ("trellium " + job.name).toUtf8();
+    const char* name = command.constData();
     KestConfigManager config;
     config.setDefaults();
     Preferences preferences;
@@ -213,26 +223,37 @@ int runCrawlCommand(const QStringList& args) {
     preferences.setValue("SEOEnabledCheckBox", true);
     CrawlOptions options;
     QCommandLineParser parser;
-    if (!readOptions(args, parser, config, preferences, options))
+    if (!readOptions(job, args, parser, config, preferences, options))
         return 2;
 
     TerminalUserInterface ui;
     ui.setProgressShown(!options.output.quiet);
     LinkCheckerHub hub(config, preferences, ui);
+    SEOManager seo(config, preferences, hub);
+    CrawlContext context{parser, config,         preferences, hub,   seo,
+                         ui,     options.output, QDateTime(), false, options.jsonPath == "-"};
+    if (job.readOptions && !job.readOptions(context))
+        return 2;
     hub.setCrawlExtras(options.extras);
     RecordFeed feed(ui, options.output.verbose);
     QString why;
     if (!options.jsonPath.isEmpty() && !feed.openJson(options.jsonPath, &why)) {
-        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+        std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(options.jsonPath),
                      qPrintable(why));
         return 2;
     }
     if (feed.wanted())
         hub.onRecordChecked = [&feed](const LinkCheckerUrlPtr& record) { feed.recordChecked(*record); };
     bool finished = false;
-    ui.onResults = [&](int) {
+    auto quit = [&] {
         finished = true;
         QCoreApplication::quit();
+    };
+    ui.onResults = [&](int) {
+        if (job.afterCrawl)
+            job.afterCrawl(context, quit);
+        else
+            quit();
     };
     // A signal stops the crawl as Pause does and closes it with what it has.
     Interruption interruption;
@@ -243,12 +264,14 @@ int runCrawlCommand(const QStringList& args) {
         }
         QCoreApplication::quit();
     };
-    const QDateTime started = QDateTime::currentDateTime();
-    hub.setActionWhenFinished(1);
+    context.started = QDateTime::currentDateTime();
+    if (job.beforeStart)
+        job.beforeStart(context);
+    hub.setActionWhenFinished(job.action);
     hub.go("Go");
     if (ui.crawlDidntStart() || hub.getCrawlState() == LinkCheckerHub::CrawlState::Idle) {
         const QUrl start(options.start);
-        std::fprintf(stderr, "trellium crawl: could not start from %s\n",
+        std::fprintf(stderr, "%s: could not start from %s\n", name,
                      qPrintable(start.isLocalFile() ? start.toLocalFile() : options.start));
         return 2;
     }
@@ -256,18 +279,26 @@ int runCrawlCommand(const QStringList& args) {
         QCoreApplication::exec();
     ui.finishProgressLine();
 
-    bool filesFailed = false;
     if (!feed.finish(hub, &why)) {
-        std::fprintf(stderr, "trellium crawl: cannot write %s: %s\n", qPrintable(options.jsonPath),
+        std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(options.jsonPath),
                      qPrintable(why));
-        filesFailed = true;
+        context.filesFailed = true;
     }
-    filesFailed |= writeRequestedReports(parser, hub, preferences) != 0;
-    const int status = printCrawlResult(hub, preferences, config.getStatus(), started, filesFailed,
-                                        options.output, options.jsonPath == "-");
+    ReportSources sources{hub, preferences, config, seo};
+    context.filesFailed |= writeRequestedReports(parser, sources, name) != 0;
+    const int status = job.printResult ? job.printResult(context) : printLinkResult(context);
     // Everything is written. Freeing hundreds of thousands of records one by one, and waiting
     // for a flat report nobody asked for, would take longer than the system takes to drop them.
     std::fflush(stdout);
     std::fflush(stderr);
     std::_Exit(status);
+}
+
+int runCrawlCommand(const QStringList& args) {
+    CrawlJob job;
+    job.name = "crawl";
+    job.description =
+        "Checks a site from its starting URL, or a local folder or file, and reports every link "
+        "it meets.";
+    return runCrawlJob(args, job);
 }

@@ -1,0 +1,34 @@
+#include "analysis/SEOManager.h"
+
+#include "config/KestConfigManager.h"
+#include "config/Preferences.h"
+#include "crawl/LinkCheckerHub.h"
+
+SEOManager::SEOManager(KestConfigManager& configManager_, Preferences& preferences_, LinkCheckerHub& hub_)
+    : configManager(configManager_), preferences(preferences_), hub(hub_) {
+    hub.onSitePage = [this](const LinkCheckerUrlPtr& page, bool isNew) { pageFromCrawl(page, isNew); };
+    hub.onNewCrawl = [this] { clear(); };
+}
+
+SEOManager::~SEOManager() {
+    hub.onSitePage = nullptr;
+    hub.onNewCrawl = nullptr;
+}
+
+void SEOManager::add(const LinkCheckerUrlPtr& page) {
+    if (!page || members.contains(page.get()))
+        return;
+    lfDataSource::add(page);
+    members.insert(page.get());
+}
+
+void SEOManager::clear() {
+    lfDataSource::clear();
+    members.clear();
+    stopPressedFlag = false;
+}
+
+void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {
+    if (isNew)
+        add(page);
+}
