@@ -73,6 +73,7 @@ const Key orderedKeys[] = {
 const char* colourClasses[] = {"2xx", "3xx", "4xx", "5xx"};
 const char* colourComponents[] = {"R", "G", "B", "A"};
 
+// clang-format off
 const char* columnKeys[] = {
     "LorraneByLinkViewColsStatus",     "LorraneByLinkViewColsLinkurl",   "LorraneByLinkViewColsRedir",
     "LorraneByLinkViewColsLinkText",   "LorraneByLinkViewColsOnPage",    "LorraneByLinkViewColsTimeStamp",
@@ -82,7 +83,13 @@ const char* columnKeys[] = {
     "LorraneFlatViewColsNofollow",     "TrelliumSEOViewColsCanonical",   "TrelliumSEOViewColsResponseTime",
     "TrelliumSEOViewColsImageCount",   "TrelliumSEOViewColsImageWeight", "TrelliumSEOViewColsLinkCount",
     "TrelliumSEOViewColsWordCount",    "TrelliumSEOViewColsContent",     "TrelliumSEOViewColsBacklinks",
-    "TrelliumSEOViewColsLastModified", "TrelliumSEOViewColsRobots"};
+    "TrelliumSEOViewColsLastModified", "TrelliumSEOViewColsRobots",
+    // The window's further columns of the link views, off until switched on.
+    "TrelliumByLinkViewColsCode", "TrelliumByLinkViewColsResponseTime", "TrelliumByLinkViewColsContentType",
+    "TrelliumByLinkViewColsSize", "TrelliumByLinkViewColsPageTitle", "TrelliumByLinkViewColsLinkingIn",
+    "TrelliumFlatViewColsCode", "TrelliumFlatViewColsResponseTime", "TrelliumFlatViewColsContentType",
+    "TrelliumFlatViewColsSize", "TrelliumFlatViewColsPageTitle", "TrelliumFlatViewColsLinkingIn"};
+// clang-format on
 
 // Read only, or written elsewhere: never part of the write at quit.
 const QStringList notWrittenAtQuit = {"autosave", "newUISelectedFilename"};

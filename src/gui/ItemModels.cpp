@@ -2,10 +2,38 @@
 
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
+#include "gui/ExtraColumns.h"
 #include "views/KestReportDataSource.h"
 #include "views/LabelColours.h"
 
 #include <QColor>
+#include <algorithm>
+
+namespace {
+
+// The record whose own values a row shows in the further columns: a link row of either tree,
+// not an occurrence of the by-link tree nor a page row.
+const LinkCheckerUrl* recordOfRow(const OutlineItem& item) {
+    if (!item.child)
+        return item.record.get();
+    return item.page.isEmpty() ? nullptr : item.record.get();
+}
+
+// Sorts rows on a further column in the window alone; the core's lists keep their order.
+template <typename Row, typename RecordOf>
+void sortOnExtraColumn(std::vector<Row>& rows, const QString& identifier, bool ascending, RecordOf recordOf) {
+    auto value = [&](const Row& row) {
+        const LinkCheckerUrl* record = recordOf(row);
+        return record ? ExtraColumns::sortValue(*record, identifier) : QVariant();
+    };
+    std::stable_sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
+        const QVariant x = value(a), y = value(b);
+        const QPartialOrdering order = QVariant::compare(x, y);
+        return ascending ? order == QPartialOrdering::Less : order == QPartialOrdering::Greater;
+    });
+}
+
+} // namespace
 
 QVariant backgroundForColour(const std::optional<LabelColour>& colour) {
     if (!colour || colour->alpha <= 0)
@@ -198,8 +226,14 @@ QVariant OutlineModel::data(const QModelIndex& index, int role) const {
     const OutlineItem* item = itemAt(index);
     if (!item)
         return {};
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
-        return source.objectValueForTableColumnByItem(columns[index.column()].identifier, *item);
+    if (role == Qt::DisplayRole || role == Qt::ToolTipRole) {
+        const QString& identifier = columns[index.column()].identifier;
+        if (ExtraColumns::isExtra(identifier)) {
+            const LinkCheckerUrl* record = recordOfRow(*item);
+            return record ? ExtraColumns::text(*record, identifier) : QString();
+        }
+        return source.objectValueForTableColumnByItem(identifier, *item);
+    }
     if (role == Qt::BackgroundRole)
         return backgroundForColour(source.labelColorForItem(*item));
     if (role == Qt::ForegroundRole)
@@ -214,7 +248,16 @@ QVariant OutlineModel::headerData(int section, Qt::Orientation orientation, int 
 }
 
 void OutlineModel::sort(int column, Qt::SortOrder order) {
-    if (!sortByColumn || column < 0 || column >= columns.size())
+    if (column < 0 || column >= columns.size())
+        return;
+    if (ExtraColumns::isExtra(columns[column].identifier)) {
+        beginResetModel();
+        sortOnExtraColumn(roots, columns[column].identifier, order == Qt::AscendingOrder,
+                          [](const Root& root) { return recordOfRow(root.item); });
+        endResetModel();
+        return;
+    }
+    if (!sortByColumn)
         return;
     sortByColumn(columns[column].identifier, order == Qt::AscendingOrder);
     reload();
@@ -256,8 +299,12 @@ QVariant FlatReportModel::data(const QModelIndex& index, int role) const {
     const KestReportItem* item = itemAt(index.row());
     if (!item)
         return {};
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
-        return item->getFieldByName(columns[index.column()].identifier).toString();
+    if (role == Qt::DisplayRole || role == Qt::ToolTipRole) {
+        const QString& identifier = columns[index.column()].identifier;
+        if (ExtraColumns::isExtra(identifier))
+            return item->getLcurl() ? ExtraColumns::text(*item->getLcurl(), identifier) : QString();
+        return item->getFieldByName(identifier).toString();
+    }
     if (role == Qt::BackgroundRole || role == Qt::ForegroundRole) {
         // With a term the report colours the visible rows, which are the rows held here.
         const auto colour = termIsEmpty ? source.labelColorForRow(index.row())
@@ -278,6 +325,13 @@ QVariant FlatReportModel::headerData(int section, Qt::Orientation orientation, i
 void FlatReportModel::sort(int column, Qt::SortOrder order) {
     if (column < 0 || column >= columns.size())
         return;
+    if (ExtraColumns::isExtra(columns[column].identifier)) {
+        beginResetModel();
+        sortOnExtraColumn(rows, columns[column].identifier, order == Qt::AscendingOrder,
+                          [](const std::shared_ptr<KestReportItem>& row) { return row->getLcurl().get(); });
+        endResetModel();
+        return;
+    }
     source.waitForReport();
     source.didClickTableColumn(columns[column].identifier, order == Qt::AscendingOrder);
     reload();

@@ -3,8 +3,10 @@
 #include "config/SiteStore.h"
 #include "gui/ItemModels.h"
 #include "gui/PreferencesDialog.h"
+#include "gui/ProgressPage.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
+#include "gui/WindowMemory.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -168,8 +170,10 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     ui.onCrawlHasContinued = [this] { controller.crawlHasContinued(); };
     ui.onCrawlDidntGetOffGround = [this] { controller.crawlDidntGetOffGround(); };
     ui.onCrawlCommandsChanged = [this](bool stopped) {
-        if (!stopped && app.getHub().getNumberDone() == 0)
+        if (!stopped && app.getHub().getNumberDone() == 0) {
             results->resetFilter();
+            progressDetails->crawlStarted();
+        }
         refresh();
     };
     // Views reload when a crawl stops or ends, never per record while it runs.
@@ -184,7 +188,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         });
     };
     ui.onShowResults = [this](int action) {
-        results->reloadData(true);
+        results->newResults();
         controller.displayResults(action);
     };
     controller.changed = [this] { refresh(); };
@@ -226,6 +230,8 @@ MainWindow::~MainWindow() {
 }
 
 void MainWindow::start(const QStringList& files) {
+    WindowMemory::restoreGeometry(*this);
+    WindowMemory::restoreSplitters(*this);
     app.awakeFromNib();
     reloadSites();
     settings->load();
@@ -242,6 +248,8 @@ void MainWindow::openFile(const QString& path) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     if (!terminated) {
+        WindowMemory::saveGeometry(*this);
+        WindowMemory::saveSplitters(*this);
         terminated = app.applicationShouldTerminate();
         if (resultsWindow)
             resultsWindow->close();
@@ -486,7 +494,8 @@ QWidget* MainWindow::makeProgressPage() {
     buttons->addWidget(partialResultsButton);
     buttons->addStretch(1);
     layout->addLayout(buttons);
-    layout->addStretch(1);
+    progressDetails = new ProgressPage(app.getHub());
+    layout->addWidget(progressDetails, 1);
     connect(crawlButton, &QPushButton::clicked, this, [this] {
         app.go();
         refresh();

@@ -7,6 +7,7 @@
 #include <QMainWindow>
 #include <QMap>
 
+class ProgressPage;
 class QAction;
 class QCheckBox;
 class QLabel;
@@ -92,6 +93,7 @@ class MainWindow : public QMainWindow {
     QLabel* progressSite = nullptr;
     QProgressBar* progressBar = nullptr;
     QLabel* progressLine = nullptr;
+    ProgressPage* progressDetails = nullptr;
     QPushButton* crawlButton = nullptr;
     QPushButton* partialResultsButton = nullptr;
 

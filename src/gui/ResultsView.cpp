@@ -2,7 +2,11 @@
 
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "gui/ExtraColumns.h"
+#include "gui/OverviewPage.h"
 #include "gui/QtUserInterface.h"
+#include "gui/ResultsContextMenu.h"
+#include "gui/WindowMemory.h"
 #include "views/KestOnPage.h"
 #include "views/KestReportDataSource.h"
 #include "views/TableExport.h"
@@ -19,6 +23,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
+#include <QScopedValueRollback>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTableWidget>
@@ -69,7 +75,6 @@ void setUpView(QAbstractItemView* view) {
     view->setSelectionBehavior(QAbstractItemView::SelectRows);
     view->setSelectionMode(QAbstractItemView::SingleSelection);
     view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    view->setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 
 } // namespace
@@ -124,12 +129,12 @@ ResultsView::ResultsView(LinkCheckerHub& hub_, Preferences& preferences_, QtUser
     byLinkView->setModel(&byLinkModel);
     byLinkView->setUniformRowHeights(true);
     byLinkView->setSortingEnabled(true);
-    byLinkView->header()->setSortIndicatorShown(false);
+    byLinkView->header()->setSortIndicatorShown(true);
     flatView = new QTableView;
     flatView->setObjectName("flatTableView");
     flatView->setModel(&flatModel);
     flatView->setSortingEnabled(true);
-    flatView->horizontalHeader()->setSortIndicatorShown(false);
+    flatView->horizontalHeader()->setSortIndicatorShown(true);
     flatView->verticalHeader()->setDefaultSectionSize(22);
     flatView->verticalHeader()->hide();
     flatView->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
@@ -142,18 +147,39 @@ ResultsView::ResultsView(LinkCheckerHub& hub_, Preferences& preferences_, QtUser
          {static_cast<QAbstractItemView*>(byLinkView), static_cast<QAbstractItemView*>(flatView),
           static_cast<QAbstractItemView*>(byPageView)}) {
         setUpView(view);
-        auto* copy = new QAction("Copy URL", view);
-        connect(copy, &QAction::triggered, this, [this] { copyURL(); });
-        auto* inspect = new QAction("Inspect…", view);
-        connect(inspect, &QAction::triggered, this, [this] { doubleClick(); });
-        view->addAction(inspect);
-        view->addAction(copy);
+        installResultsContextMenu(view, *this);
         connect(view, &QAbstractItemView::doubleClicked, this, [this] { doubleClick(); });
     }
+    overview = new OverviewPage(hub);
+    overview->selected = [this](const OverviewSelection& selection) { showSelection(selection); };
+    subTabs->addTab(overview, "Overview");
     subTabs->addTab(byLinkView, "By link");
     subTabs->addTab(flatView, "Flat");
     subTabs->addTab(byPageView, "By page");
     layout->addWidget(subTabs, 1);
+
+    auto* below = new QHBoxLayout;
+    selectionBar = new QWidget;
+    auto* selectionLayout = new QHBoxLayout(selectionBar);
+    selectionLayout->setContentsMargins(0, 0, 0, 0);
+    selectionText = new QLabel;
+    selectionText->setObjectName("overviewSelection");
+    auto* showAll = new QPushButton("Show all");
+    showAll->setObjectName("showAllLinks");
+    selectionLayout->addWidget(selectionText);
+    selectionLayout->addWidget(showAll);
+    selectionBar->hide();
+    shownCount = new QLabel;
+    shownCount->setObjectName("shownCount");
+    below->addWidget(selectionBar);
+    below->addStretch(1);
+    below->addWidget(shownCount);
+    layout->addLayout(below);
+    connect(showAll, &QPushButton::clicked, this, [this] { filter(); });
+    connect(subTabs, &QTabWidget::currentChanged, this, [this] { updateShownCount(); });
+    rememberColumnWidths(byLinkView, "byLink", [this] { return byLinkModel.getColumns(); });
+    rememberColumnWidths(flatView, "flat", [this] { return flatModel.getColumns(); });
+    rememberColumnWidths(byPageView, "byPage", [this] { return byPageModel.getColumns(); });
 
     byLinkModel.sortByColumn = [this](const QString& identifier, bool ascending) {
         hub.didClickTableColumn(identifier, ascending);
@@ -196,6 +222,19 @@ QWidget* ResultsView::makeColumnButton() {
             applyColumns();
         });
     }
+    auto addExtras = [this, menu](const QString& view) {
+        for (const ExtraColumns::Column& column : ExtraColumns::all()) {
+            QAction* action = menu->addAction(column.title);
+            action->setObjectName(ExtraColumns::preferenceKey(view, column));
+            action->setCheckable(true);
+            action->setChecked(preferences.boolValue(action->objectName()));
+            connect(action, &QAction::toggled, this, [this, key = action->objectName()](bool on) {
+                preferences.setValueAndStore(key, on);
+                applyColumns();
+            });
+        }
+    };
+    addExtras("ByLink");
     menu->addSection("Flat");
     const QList<TableColumn> flatNow = KestReportDataSource::flatColumns(preferences);
     for (const QString& title : allColumnTitles) {
@@ -208,38 +247,110 @@ QWidget* ResultsView::makeColumnButton() {
             applyColumns();
         });
     }
+    addExtras("Flat");
     button->setMenu(menu);
     return button;
 }
 
 void ResultsView::applyColumns() {
-    const QList<TableColumn> byLinkColumns = ByLinkColumns::columns(preferences);
+    const QList<TableColumn> byLinkColumns =
+        ByLinkColumns::columns(preferences) + ExtraColumns::shown(preferences, "ByLink");
     byLinkModel.setColumns(byLinkColumns);
     byPageModel.setColumns(byLinkColumns);
-    flatModel.setColumns(KestReportDataSource::flatColumns(preferences));
+    flatModel.setColumns(KestReportDataSource::flatColumns(preferences) +
+                         ExtraColumns::shown(preferences, "Flat"));
     reloadData(true);
-    for (QTreeView* view : {byLinkView, byPageView}) {
-        const auto& columns = view == byLinkView ? byLinkModel.getColumns() : byPageModel.getColumns();
-        for (int c = 0; c < columns.size(); ++c)
-            view->setColumnWidth(c, columns[c].identifier == "linkurl" || columns[c].identifier == "onpageurl"
-                                        ? 320
-                                    : columns[c].identifier == "status" ? 200
-                                                                        : 140);
-    }
-    const auto& flatColumns = flatModel.getColumns();
-    for (int c = 0; c < flatColumns.size(); ++c)
-        flatView->setColumnWidth(
-            c, flatColumns[c].identifier == "linkurl" || flatColumns[c].identifier == "onpageurl" ? 320
-               : flatColumns[c].identifier == "status"                                            ? 200
-                                                                                                  : 140);
+}
+
+void ResultsView::applyColumnWidths() {
+    const QScopedValueRollback<bool> arranging(arrangingColumns, true);
+    auto apply = [](auto* view, const QString& name, const QList<TableColumn>& columns) {
+        for (int c = 0; c < columns.size(); ++c) {
+            const QString& identifier = columns[c].identifier;
+            const int standard = identifier == "linkurl" || identifier == "onpageurl" ? 320
+                                 : identifier == "status"                             ? 200
+                                 : ExtraColumns::isExtra(identifier)                  ? 110
+                                                                                      : 140;
+            view->setColumnWidth(c, WindowMemory::columnWidth(name, identifier).value_or(standard));
+        }
+    };
+    apply(byLinkView, "byLink", byLinkModel.getColumns());
+    apply(flatView, "flat", flatModel.getColumns());
+    apply(byPageView, "byPage", byPageModel.getColumns());
+}
+
+void ResultsView::rememberColumnWidths(QAbstractItemView* view, const QString& name,
+                                       std::function<QList<TableColumn>()> columns) {
+    QHeaderView* header = qobject_cast<QTreeView*>(view) ? static_cast<QTreeView*>(view)->header()
+                                                         : static_cast<QTableView*>(view)->horizontalHeader();
+    connect(header, &QHeaderView::sectionResized, this, [this, name, columns](int logical, int, int size) {
+        // Widths set by the program are not the user's choice.
+        if (arrangingColumns)
+            return;
+        const QList<TableColumn> now = columns();
+        if (logical >= 0 && logical < now.size())
+            WindowMemory::setColumnWidth(name, now[logical].identifier, size);
+    });
 }
 
 void ResultsView::reloadData(bool whateverTheCrawl) {
     if (!whateverTheCrawl && !tree.childrenShown())
         return;
-    byLinkModel.reload();
-    byPageModel.reload();
-    flatModel.reload();
+    {
+        const QScopedValueRollback<bool> arranging(arrangingColumns, true);
+        byLinkModel.reload();
+        byPageModel.reload();
+        flatModel.reload();
+        overview->reload();
+    }
+    applyColumnWidths();
+    updateShownCount();
+}
+
+void ResultsView::newResults() {
+    reloadData(true);
+    subTabs->setCurrentIndex(0);
+}
+
+void ResultsView::updateShownCount() {
+    const QString tab = frontSubTab();
+    qsizetype shown = 0, all = 0;
+    if (tab == "1") {
+        shown = byLinkModel.rowCount();
+        all = hub.count();
+    } else if (tab == "2") {
+        shown = flatModel.rowCount();
+        all = qsizetype(hub.getReportDataSource().getCollection().size());
+    } else if (tab == "3") {
+        shown = byPageModel.rowCount();
+        all = hub.getByPageDictionary().size();
+    }
+    shownCount->setVisible(tab != "0");
+    shownCount->setText(QString("%1 of %2 shown").arg(shown).arg(all));
+}
+
+void ResultsView::showSelection(const OverviewSelection& selection) {
+    KestReportDataSource& report = hub.getReportDataSource();
+    report.waitForReport();
+    resetFilter();
+    tree.filter(QString(), LinkTreeSource::NoFilter);
+    for (qsizetype i = 0; i < hub.count(); ++i) {
+        LinkCheckerUrl& record = *hub.getnthofAllItems(i);
+        record.setVisible(selection.matches(record));
+    }
+    for (const auto& row : report.getCollection())
+        row->setVisible(row->getLcurl() && selection.matches(*row->getLcurl()));
+    // The part picked may be all good links: the bad-links switch would hide every one.
+    {
+        const QSignalBlocker blocker(badOnly);
+        badOnly->setChecked(false);
+        preferences.setValue("showHideGoodLinksCheckBox", false);
+    }
+    selectionText->setText("Showing " + selection.describe() + ".");
+    selectionBar->show();
+    if (subTabs->currentIndex() == 0)
+        subTabs->setCurrentIndex(1);
+    reloadData(true);
 }
 
 void ResultsView::resetFilter() {
@@ -251,6 +362,7 @@ void ResultsView::resetFilter() {
 }
 
 void ResultsView::filter() {
+    selectionBar->hide();
     // The report's rows must be in place before their flags are set.
     hub.getReportDataSource().waitForReport();
     tree.filter(search->text(), filterChoice->currentData().toInt());
@@ -259,15 +371,20 @@ void ResultsView::filter() {
 }
 
 QString ResultsView::frontSubTab() const {
-    return QString::number(subTabs->currentIndex() + 1);
+    return QString::number(subTabs->currentIndex());
+}
+
+QString ResultsView::tableSubTab() const {
+    const QString tab = frontSubTab();
+    return tab == "0" ? "1" : tab;
 }
 
 void ResultsView::selectSubTab(const QString& identifier) {
-    subTabs->setCurrentIndex(identifier.toInt() - 1);
+    subTabs->setCurrentIndex(identifier.toInt());
 }
 
 void ResultsView::exportAsCSVMenuItem() {
-    const QString tab = frontSubTab();
+    const QString tab = tableSubTab();
     KestReportDataSource& report = hub.getReportDataSource();
     report.waitForReport();
     if (tab == "2") {
@@ -285,7 +402,7 @@ void ResultsView::exportAsCSVMenuItem() {
 }
 
 void ResultsView::exportAsHTMLMenuItem() {
-    const QString tab = frontSubTab();
+    const QString tab = tableSubTab();
     KestReportDataSource& report = hub.getReportDataSource();
     report.waitForReport();
     if (tab == "2") {
@@ -309,7 +426,7 @@ void ResultsView::exportAsTDLMenuItem() {
 }
 
 std::shared_ptr<LinkCheckerUrl> ResultsView::selectedRecord() const {
-    const QString tab = frontSubTab();
+    const QString tab = tableSubTab();
     if (tab == "2") {
         const QModelIndex index = flatView->currentIndex();
         const KestReportItem* item = index.isValid() ? flatModel.itemAt(index.row()) : nullptr;
@@ -327,7 +444,7 @@ std::shared_ptr<LinkCheckerUrl> ResultsView::selectedRecord() const {
 }
 
 QString ResultsView::selectedOutlineUrl() const {
-    const bool byLinkFront = frontSubTab() == "1";
+    const bool byLinkFront = tableSubTab() == "1";
     const QTreeView* view = byLinkFront ? byLinkView : byPageView;
     const OutlineItem* item = (byLinkFront ? byLinkModel : byPageModel).itemAt(view->currentIndex());
     if (!item)
@@ -339,21 +456,42 @@ QString ResultsView::selectedOutlineUrl() const {
                            : item->page;
 }
 
-void ResultsView::copyURL() {
-    QString url;
-    if (frontSubTab() == "2") {
+QString ResultsView::selectedLinkUrl() const {
+    if (tableSubTab() == "2") {
         const QModelIndex index = flatView->currentIndex();
-        if (const KestReportItem* item = index.isValid() ? flatModel.itemAt(index.row()) : nullptr)
-            url = item->getLinkUrl();
-    } else {
-        url = selectedOutlineUrl();
+        const KestReportItem* item = index.isValid() ? flatModel.itemAt(index.row()) : nullptr;
+        return item ? item->getLinkUrl() : QString();
     }
+    return selectedOutlineUrl();
+}
+
+QString ResultsView::selectedPageUrl() const {
+    const QString tab = tableSubTab();
+    if (tab == "2") {
+        const QModelIndex index = flatView->currentIndex();
+        const KestReportItem* item = index.isValid() ? flatModel.itemAt(index.row()) : nullptr;
+        return item ? item->getOnPageUrl() : QString();
+    }
+    const bool byLinkFront = tab == "1";
+    const QTreeView* view = byLinkFront ? byLinkView : byPageView;
+    const OutlineItem* item = (byLinkFront ? byLinkModel : byPageModel).itemAt(view->currentIndex());
+    if (!item)
+        return {};
+    if (!byLinkFront)
+        return item->page;
+    // A link row stands for all its places; the first is the page it was found on first.
+    return item->isChild() ? item->child->getFieldByName("onpageurl")
+                           : item->record->getOnPageUrlArray().value(0);
+}
+
+void ResultsView::copyURL() {
+    const QString url = selectedLinkUrl();
     if (!url.isEmpty())
         QApplication::clipboard()->setText(url);
 }
 
 void ResultsView::doubleClick() {
-    if (frontSubTab() == "2" && !flatView->currentIndex().isValid()) {
+    if (tableSubTab() == "2" && !flatView->currentIndex().isValid()) {
         ui.alert("Kestrelia", "No link selected");
         return;
     }

@@ -4,11 +4,16 @@
 #include "views/LinkTreeSource.h"
 
 #include <QWidget>
+#include <functional>
 #include <memory>
 
 class LinkCheckerHub;
 class LinkCheckerUrl;
+class OverviewPage;
+class QLabel;
+struct OverviewSelection;
 class Preferences;
+class QAbstractItemView;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
@@ -27,11 +32,13 @@ class ResultsView : public QWidget {
 
     // Reloads the three views; while a crawl runs they wait for it to stop or end.
     void reloadData(bool whateverTheCrawl = false);
+    // Fresh results: everything reloaded and the overview in front.
+    void newResults();
     // A new crawl starts unfiltered.
     void resetFilter();
     void filter();
 
-    // The front sub-tab's identifier: "1" by link, "2" flat, "3" by page.
+    // The front sub-tab's identifier: "0" overview, "1" by link, "2" flat, "3" by page.
     QString frontSubTab() const;
     void selectSubTab(const QString& identifier);
     void exportAsCSVMenuItem();
@@ -39,6 +46,16 @@ class ResultsView : public QWidget {
     void exportAsTDLMenuItem();
     void copyURL();
     void doubleClick();
+    // Only the links an overview part stands for, until the filter changes or "Show all".
+    void showSelection(const OverviewSelection& selection);
+
+    // The URL of the current row's link and of the page it is on; "" where there is none.
+    QString selectedLinkUrl() const;
+    QString selectedPageUrl() const;
+    QtUserInterface& userInterface() { return ui; }
+    OverviewPage* overviewPage() const { return overview; }
+    QLabel* shownCountLabel() const { return shownCount; }
+    QLabel* selectionLabel() const { return selectionText; }
 
     QTableView* flatTable() const { return flatView; }
     QTreeView* byLinkTree() const { return byLinkView; }
@@ -53,8 +70,14 @@ class ResultsView : public QWidget {
 
   private:
     void applyColumns();
+    void applyColumnWidths();
+    void rememberColumnWidths(QAbstractItemView* view, const QString& name,
+                              std::function<QList<TableColumn>()> columns);
+    void updateShownCount();
     QWidget* makeColumnButton();
     QString selectedOutlineUrl() const;
+    // The tab an export or a menu command works on: the by-link view stands for the overview.
+    QString tableSubTab() const;
 
     LinkCheckerHub& hub;
     Preferences& preferences;
@@ -73,4 +96,9 @@ class ResultsView : public QWidget {
     QTreeView* byLinkView = nullptr;
     QTableView* flatView = nullptr;
     QTreeView* byPageView = nullptr;
+    OverviewPage* overview = nullptr;
+    QLabel* shownCount = nullptr;
+    QWidget* selectionBar = nullptr;
+    QLabel* selectionText = nullptr;
+    bool arrangingColumns = false;
 };
