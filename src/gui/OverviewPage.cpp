@@ -117,7 +117,13 @@ QChartView* OverviewPage::makeChart(const QString& title, QBarSet*& bars, const 
             value = codes.value(index);
         else if (kind == OverviewSelection::Depth)
             value = depthValues.value(index);
-        selected({kind, value});
+        // Not inside the chart's own mouse handling: what the selection redraws may be the bar.
+        QMetaObject::invokeMethod(
+            this,
+            [this, kind, value] {
+                selected({kind, value});
+            },
+            Qt::QueuedConnection);
     });
     return view;
 }

@@ -94,6 +94,8 @@ void ProgressPage::crawlStarted() {
         series->clear();
     xAxis->setRange(0, 10);
     yAxis->setRange(0, 10);
+    // The clock runs from the start, not from the first tick of the timer.
+    crawlPace.sample(0, 0, hub.count());
     timer.start();
 }
 
@@ -119,8 +121,10 @@ void ProgressPage::sample() {
     const qint64 totalNow = hub.count();
     const qint64 badNow = hub.getBadCollectionCount();
     const bool running = state == LinkCheckerHub::CrawlState::Running;
-    // A paused or ended crawl adds no time to the pace; the last point stands.
-    if (running || crawlPace.elapsed() == 0) {
+    // A paused or ended crawl adds no time to the pace, only its last counts.
+    const QPointF lastDone = done->count() ? done->at(done->count() - 1) : QPointF(-1, -1);
+    const QPointF lastTotal = total->count() ? total->at(total->count() - 1) : QPointF(-1, -1);
+    if (running || lastDone.y() != double(doneNow) || lastTotal.y() != double(totalNow)) {
         crawlPace.sample(seconds, doneNow, totalNow);
         addPoint(bad, seconds, double(badNow));
         addPoint(done, seconds, double(doneNow));
@@ -138,7 +142,25 @@ void ProgressPage::sample() {
                                     .arg(CrawlPace::clockText(*secondsLeft))
                                     .arg(totalNow - doneNow)
                               : QString("–"));
-    const int last = hub.getNextUrlIndex() - 1;
-    const auto record = running && last >= 0 ? hub.getnthofAllItems(last) : nullptr;
-    current->setText(record ? record->getLinkUrl() : QString("–"));
+    current->setText(running ? requestsOut() : QString("–"));
+}
+
+QString ProgressPage::requestsOut() const {
+    // Requests go out in the order of the list, so those still out lie just behind the cursor;
+    // the one sent first is the one the crawl has waited on longest.
+    const int out = hub.getNumberOfThreadsDetached();
+    std::shared_ptr<LinkCheckerUrl> oldest;
+    int found = 0;
+    for (int i = hub.getNextUrlIndex() - 1, walked = 0; i >= 0 && found < out && walked < 5000;
+         --i, ++walked) {
+        const auto record = hub.getnthofAllItems(i);
+        if (record && record->getStatus().isEmpty() && record->getSentRequest()) {
+            oldest = record;
+            ++found;
+        }
+    }
+    if (!oldest)
+        return "–";
+    return found > 1 ? QString("%1 and %2 more").arg(oldest->getLinkUrl()).arg(found - 1)
+                     : oldest->getLinkUrl();
 }

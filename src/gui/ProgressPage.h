@@ -32,6 +32,8 @@ class ProgressPage : public QWidget {
 
   private:
     void addPoint(QLineSeries* series, double x, double y);
+    // The request out longest, and how many more are out.
+    QString requestsOut() const;
 
     LinkCheckerHub& hub;
     CrawlPace crawlPace;

@@ -259,7 +259,7 @@ void ResultsView::applyColumns() {
     byPageModel.setColumns(byLinkColumns);
     flatModel.setColumns(KestReportDataSource::flatColumns(preferences) +
                          ExtraColumns::shown(preferences, "Flat"));
-    reloadData(true);
+    reloadTables();
 }
 
 void ResultsView::applyColumnWidths() {
@@ -296,12 +296,16 @@ void ResultsView::rememberColumnWidths(QAbstractItemView* view, const QString& n
 void ResultsView::reloadData(bool whateverTheCrawl) {
     if (!whateverTheCrawl && !tree.childrenShown())
         return;
+    overview->reload();
+    reloadTables();
+}
+
+void ResultsView::reloadTables() {
     {
         const QScopedValueRollback<bool> arranging(arrangingColumns, true);
         byLinkModel.reload();
         byPageModel.reload();
         flatModel.reload();
-        overview->reload();
     }
     applyColumnWidths();
     updateShownCount();
@@ -350,7 +354,7 @@ void ResultsView::showSelection(const OverviewSelection& selection) {
     selectionBar->show();
     if (subTabs->currentIndex() == 0)
         subTabs->setCurrentIndex(1);
-    reloadData(true);
+    reloadTables();
 }
 
 void ResultsView::resetFilter() {
@@ -367,7 +371,7 @@ void ResultsView::filter() {
     hub.getReportDataSource().waitForReport();
     tree.filter(search->text(), filterChoice->currentData().toInt());
     flatModel.setTermIsEmpty(search->text().isEmpty());
-    reloadData(true);
+    reloadTables();
 }
 
 QString ResultsView::frontSubTab() const {

@@ -70,6 +70,8 @@ class ResultsView : public QWidget {
 
   private:
     void applyColumns();
+    // The tables alone: a filter or a column changes nothing the overview counts.
+    void reloadTables();
     void applyColumnWidths();
     void rememberColumnWidths(QAbstractItemView* view, const QString& name,
                               std::function<QList<TableColumn>()> columns);
