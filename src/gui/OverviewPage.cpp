@@ -7,7 +7,9 @@
 #include <QBarSet>
 #include <QChart>
 #include <QChartView>
+#include <QHBoxLayout>
 #include <QHeaderView>
+#include <QHorizontalBarSeries>
 #include <QLabel>
 #include <QSplitter>
 #include <QTableWidget>
@@ -49,31 +51,33 @@ OverviewPage::OverviewPage(LinkCheckerHub& hub_, QWidget* parent) : QWidget(pare
     summary->setWordWrap(true);
     layout->addWidget(summary);
 
-    splitter = new QSplitter(Qt::Horizontal);
+    // Charts across the top, where their categories have room; the tables below them.
+    splitter = new QSplitter(Qt::Vertical);
     splitter->setObjectName("overviewSplitter");
-    auto* left = new QWidget;
-    auto* leftLayout = new QVBoxLayout(left);
-    leftLayout->setContentsMargins(0, 0, 0, 0);
-    classTable = makeTable("overviewClasses", {"Status", "Links"});
-    slowTable = makeTable("overviewSlowest", {"Slowest pages", "Seconds"});
-    leftLayout->addWidget(classTable, 2);
-    leftLayout->addWidget(slowTable, 3);
-    splitter->addWidget(left);
-
-    auto* charts = new QSplitter(Qt::Vertical);
-    charts->setObjectName("overviewCharts");
+    auto* charts = new QWidget;
+    auto* chartsLayout = new QHBoxLayout(charts);
+    chartsLayout->setContentsMargins(0, 0, 0, 0);
     codeChart =
         makeChart("Links by status code", codeBars, QColor(0x3b, 0x6e, 0xa8), OverviewSelection::Code);
+    // Seven ranges would be cut short under narrow bars: these bars lie, their names beside them.
     timeChart = makeChart("Answers by response time", timeBars, QColor(0x5b, 0x9a, 0x5b),
-                          OverviewSelection::ResponseTime);
+                          OverviewSelection::ResponseTime, true);
     depthChart = makeChart("Pages by depth from the start", pageDepthBars, QColor(0xc0, 0x7a, 0x2b),
                            OverviewSelection::Depth);
-    charts->addWidget(codeChart);
-    charts->addWidget(timeChart);
-    charts->addWidget(depthChart);
+    for (QChartView* chart : {codeChart, timeChart, depthChart})
+        chartsLayout->addWidget(chart);
     splitter->addWidget(charts);
-    splitter->setStretchFactor(0, 2);
-    splitter->setStretchFactor(1, 3);
+    auto* tables = new QSplitter(Qt::Horizontal);
+    tables->setObjectName("overviewTables");
+    classTable = makeTable("overviewClasses", {"Status", "Links"});
+    slowTable = makeTable("overviewSlowest", {"Slowest pages", "Seconds"});
+    tables->addWidget(classTable);
+    tables->addWidget(slowTable);
+    tables->setStretchFactor(0, 1);
+    tables->setStretchFactor(1, 2);
+    splitter->addWidget(tables);
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 2);
     layout->addWidget(splitter, 1);
 
     connect(classTable, &QTableWidget::cellClicked, this, [this](int row, int) {
@@ -84,7 +88,7 @@ OverviewPage::OverviewPage(LinkCheckerHub& hub_, QWidget* parent) : QWidget(pare
 }
 
 QChartView* OverviewPage::makeChart(const QString& title, QBarSet*& bars, const QColor& colour,
-                                    OverviewSelection::Kind kind) {
+                                    OverviewSelection::Kind kind, bool lying) {
     auto* chart = new QChart;
     chart->setTitle(title);
     chart->legend()->hide();
@@ -92,22 +96,24 @@ QChartView* OverviewPage::makeChart(const QString& title, QBarSet*& bars, const 
     chart->setMargins(QMargins(4, 4, 4, 4));
     bars = new QBarSet(title);
     bars->setColor(colour);
-    auto* series = new QBarSeries;
+    bars->setLabelColor(QColor(0x33, 0x33, 0x33));
+    QAbstractBarSeries* series = lying ? static_cast<QAbstractBarSeries*>(new QHorizontalBarSeries)
+                                       : static_cast<QAbstractBarSeries*>(new QBarSeries);
     series->append(bars);
     series->setLabelsVisible(true);
-    series->setLabelsPosition(QAbstractBarSeries::LabelsInsideEnd);
+    series->setLabelsPosition(QAbstractBarSeries::LabelsOutsideEnd);
     chart->addSeries(series);
-    auto* x = new QBarCategoryAxis;
-    auto* y = new QValueAxis;
-    y->setLabelFormat("%i");
-    chart->addAxis(x, Qt::AlignBottom);
-    chart->addAxis(y, Qt::AlignLeft);
-    series->attachAxis(x);
-    series->attachAxis(y);
+    auto* categories = new QBarCategoryAxis;
+    auto* values = new QValueAxis;
+    values->setLabelFormat("%i");
+    chart->addAxis(categories, lying ? Qt::AlignLeft : Qt::AlignBottom);
+    chart->addAxis(values, lying ? Qt::AlignBottom : Qt::AlignLeft);
+    series->attachAxis(categories);
+    series->attachAxis(values);
     auto* view = new QChartView(chart);
     view->setObjectName(title);
     view->setRenderHint(QPainter::Antialiasing);
-    view->setMinimumHeight(150);
+    view->setMinimumSize(220, 180);
     view->setToolTip("Click a bar to see its links in the tables.");
     connect(bars, &QBarSet::clicked, this, [this, kind](int index) {
         if (!selected || index < 0)
@@ -134,8 +140,14 @@ void OverviewPage::fillChart(QChartView* view, QBarSet* bars, const QStringList&
     bars->remove(0, bars->count());
     for (int v : values)
         bars->append(v);
-    auto* x = qobject_cast<QBarCategoryAxis*>(chart->axes(Qt::Horizontal).value(0));
-    auto* y = qobject_cast<QValueAxis*>(chart->axes(Qt::Vertical).value(0));
+    QBarCategoryAxis* x = nullptr;
+    QValueAxis* y = nullptr;
+    for (QAbstractAxis* axis : chart->axes()) {
+        if (auto* c = qobject_cast<QBarCategoryAxis*>(axis))
+            x = c;
+        else if (auto* v = qobject_cast<QValueAxis*>(axis))
+            y = v;
+    }
     x->setCategories(categories);
     const int highest = values.isEmpty() ? 0 : *std::max_element(values.begin(), values.end());
     // Room above the tallest bar for its label; whole numbers on the axis.

@@ -34,7 +34,7 @@ class OverviewPage : public QWidget {
 
   private:
     QChartView* makeChart(const QString& title, QBarSet*& bars, const QColor& colour,
-                          OverviewSelection::Kind kind);
+                          OverviewSelection::Kind kind, bool lying = false);
     void fillChart(QChartView* view, QBarSet* bars, const QStringList& categories, const QList<int>& values);
     QString countsText() const;
 

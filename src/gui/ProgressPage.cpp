@@ -94,8 +94,11 @@ void ProgressPage::crawlStarted() {
         series->clear();
     xAxis->setRange(0, 10);
     yAxis->setRange(0, 10);
-    // The clock runs from the start, not from the first tick of the timer.
+    // The clock and the chart run from the start, not from the first tick of the timer.
     crawlPace.sample(0, 0, hub.count());
+    for (QLineSeries* series : {bad, done})
+        series->append(0, 0);
+    total->append(0, double(hub.count()));
     timer.start();
 }
 
@@ -131,16 +134,19 @@ void ProgressPage::sample() {
         addPoint(total, seconds, double(totalNow));
         highest = std::max(highest, totalNow);
         xAxis->setRange(0, std::max(10.0, seconds));
+        xAxis->applyNiceNumbers();
         yAxis->setRange(0, double(std::max<qint64>(10, highest + highest / 10)));
+        yAxis->applyNiceNumbers();
     }
     const auto perSecond = crawlPace.linksPerSecond();
     rate->setText(perSecond ? QString::number(*perSecond, 'f', 1) : QString("–"));
     elapsed->setText(CrawlPace::clockText(crawlPace.elapsed()));
     const auto secondsLeft = running ? crawlPace.secondsLeft() : std::nullopt;
     // The total grows as pages are read, so the estimate is of the links known so far.
-    left->setText(secondsLeft ? QString("about %1 for the %2 links known so far")
-                                    .arg(CrawlPace::clockText(*secondsLeft))
-                                    .arg(totalNow - doneNow)
+    const QString time = !secondsLeft       ? QString()
+                         : *secondsLeft < 1 ? QString("under a second")
+                                            : "about " + CrawlPace::clockText(*secondsLeft);
+    left->setText(secondsLeft ? QString("%1 for the %2 links known so far").arg(time).arg(totalNow - doneNow)
                               : QString("–"));
     current->setText(running ? requestsOut() : QString("–"));
 }

@@ -193,6 +193,7 @@ ResultsView::ResultsView(LinkCheckerHub& hub_, Preferences& preferences_, QtUser
         reloadData(true);
     });
     applyColumns();
+    clearSortIndicators();
 }
 
 QWidget* ResultsView::makeColumnButton() {
@@ -313,7 +314,16 @@ void ResultsView::reloadTables() {
 
 void ResultsView::newResults() {
     reloadData(true);
+    clearSortIndicators();
     subTabs->setCurrentIndex(0);
+}
+
+void ResultsView::clearSortIndicators() {
+    // Fresh rows stand in the crawl's order: no arrow until the user sorts.
+    for (QHeaderView* header : {byLinkView->header(), flatView->horizontalHeader()}) {
+        const QSignalBlocker blocker(header);
+        header->setSortIndicator(-1, Qt::AscendingOrder);
+    }
 }
 
 void ResultsView::updateShownCount() {

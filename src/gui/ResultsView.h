@@ -76,6 +76,7 @@ class ResultsView : public QWidget {
     void rememberColumnWidths(QAbstractItemView* view, const QString& name,
                               std::function<QList<TableColumn>()> columns);
     void updateShownCount();
+    void clearSortIndicators();
     QWidget* makeColumnButton();
     QString selectedOutlineUrl() const;
     // The tab an export or a menu command works on: the by-link view stands for the overview.

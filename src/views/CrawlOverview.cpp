@@ -61,15 +61,10 @@ const QList<double>& CrawlOverview::bucketBounds() {
 }
 
 QString CrawlOverview::bucketName(int bucket) {
-    const QList<double>& bounds = bucketBounds();
-    auto text = [](double seconds) {
-        return seconds < 1 ? QString("%1 ms").arg(qRound(seconds * 1000)) : QString("%1 s").arg(seconds);
-    };
-    if (bucket <= 0)
-        return "under " + text(bounds.first());
-    if (bucket >= bounds.size())
-        return text(bounds.last()) + " or more";
-    return text(bounds[bucket - 1]) + "–" + text(bounds[bucket]);
+    // One name per bucket of bucketBounds(), short enough to stand under a bar.
+    static const char* const names[] = {"0–100 ms", "100–250 ms", "250–500 ms", "0.5–1 s",
+                                        "1–2 s",    "2–5 s",      "≥ 5 s"};
+    return names[std::clamp(bucket, 0, bucketCount() - 1)];
 }
 
 int CrawlOverview::bucketOf(double seconds) {

@@ -297,56 +297,6 @@ TEST(SingleInstanceTest, SecondLaunchHandsOverItsFiles) {
     EXPECT_EQ(received, QStringList({"/tmp/a.lcsettings", "/tmp/b c.lcsettings"}));
 }
 
-// Pictures of steps 1, 2, 4 and 5 for the README, written to the build folder.
-TEST_F(MainWindowTest, Screenshots) {
-    const QString folder = QCoreApplication::applicationDirPath() + "/screenshots";
-    QDir().mkpath(folder);
-    // A few sites, the demo one selected.
-    QDir().mkpath(SiteStore::storePath());
-    const QList<QPair<QString, QString>> sites = {{"Company blog", "https://blog.example.com/"},
-                                                  {"Online shop", "https://shop.example.com/"},
-                                                  {"Documentation", "https://docs.example.org/"}};
-    const QString lastWeek = SiteStore::dateStampText(QDateTime::currentDateTime().addDays(-7));
-    for (const auto& [name, url] : sites)
-        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename(SiteStore::filenameFromURL(url)),
-                                     {{"url", url},
-                                      {"name", name},
-                                      {"dateStamp", lastWeek},
-                                      {"status", "1204 of 1204 links checked, 3 bad"},
-                                      {"scheduleCalendarIntervalMatrix", name == "Online shop" ? 1 : 0},
-                                      {"scheduleCalendarIntervalWeekday", "Monday"}}));
-    startWindow();
-    window->resize(1180, 760);
-    createSite(server.url("/"), "Demo site");
-    settle();
-    EXPECT_TRUE(window->grab().save(folder + "/step1-sites.png"));
-
-    button("nextButton")->click();
-    window->settingsForm().addBlacklistRule("Do not check", "/logout");
-    window->settingsForm().addBlacklistRule("Do not follow", "/archive/");
-    settle();
-    EXPECT_TRUE(window->grab().save(folder + "/step2-settings.png"));
-    button("nextButton")->click();
-    settle();
-    EXPECT_TRUE(window->grab().save(folder + "/step3-tasks.png"));
-
-    // Progress is pictured while a slow page holds the crawl.
-    server.setResponseDelay("/team.html", 1500);
-    button(QString("task%1").arg(int(NewUIController::linksButton)))->click();
-    ASSERT_TRUE(waitFor([&] { return window->appDelegate().getHub().getNumberDone() >= 5; }));
-    settle();
-    waitFor([] { return false; }, 300);
-    EXPECT_TRUE(window->grab().save(folder + "/step4-progress.png"));
-    ASSERT_TRUE(waitFor([&] { return controller().getSelectedTab() == "5"; }));
-    settle();
-    window->resultsView().byLinkTree()->expandAll();
-    settle();
-    EXPECT_TRUE(window->grab().save(folder + "/step5-results.png"));
-    window->resultsView().selectSubTab("2");
-    settle();
-    EXPECT_TRUE(window->grab().save(folder + "/step5-flat.png"));
-}
-
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -1,11 +1,13 @@
 // The overview, the live progress details and the result tables' own commands, driven offscreen
 // through the real window against the local test server.
+#include "config/SiteStore.h"
 #include "crawl/StatusCodeSet.h"
 #include "gui/MainWindow.h"
 #include "gui/OverviewPage.h"
 #include "gui/ProgressPage.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
+#include "platform/Plist.h"
 #include "support/CrawlFixture.h"
 #include "support/TempHome.h"
 #include "support/TestServer.h"
@@ -17,6 +19,7 @@
 #include <QChartView>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QDateTime>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
@@ -36,7 +39,7 @@
 
 namespace {
 
-void pause(int ms = 100) {
+void idle(int ms = 100) {
     spinUntil([] { return false; }, ms);
 }
 
@@ -69,7 +72,7 @@ class OverviewTest : public testing::Test {
         window = std::make_unique<MainWindow>();
         window->show();
         window->start();
-        pause();
+        idle();
     }
     void closeWindow() {
         if (window)
@@ -87,13 +90,13 @@ class OverviewTest : public testing::Test {
     // A new site with images checked, through the window's own dialog and settings.
     void createSite() {
         find<QPushButton>("sitesNew")->click();
-        pause();
+        idle();
         auto* dialog = window->findChild<QDialog*>("newSiteDialog");
         ASSERT_NE(dialog, nullptr);
         dialog->findChild<QLineEdit*>("newSiteUrl")->setText(server.url("/"));
         dialog->findChild<QLineEdit*>("newSiteName")->setText("Layers");
         dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
-        pause();
+        idle();
         find<QPushButton>("nextButton")->click();
         window->settingsForm().checkBoxForKey("checkImages")->click();
         find<QPushButton>("nextButton")->click();
@@ -101,7 +104,7 @@ class OverviewTest : public testing::Test {
     void crawl() {
         find<QPushButton>(QString("task%1").arg(int(NewUIController::linksButton)))->click();
         ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }));
-        pause();
+        idle();
     }
     void crawlNewSite() {
         openWindow();
@@ -129,7 +132,7 @@ class OverviewTest : public testing::Test {
                               Qt::NoModifier);
             QApplication::sendEvent(view->viewport(), &event);
         }
-        pause();
+        idle();
     }
 };
 
@@ -229,7 +232,7 @@ TEST_F(OverviewTest, BarClickFiltersTheTables) {
 TEST_F(OverviewTest, LayoutRememberedAcrossRestart) {
     crawlNewSite();
     window->resize(1020, 700);
-    auto* splitter = find<QSplitter>("overviewSplitter");
+    auto* splitter = find<QSplitter>("overviewTables");
     splitter->setSizes({150, 650});
     const QList<int> sizes = splitter->sizes();
     QHeaderView* header = results().flatTable()->horizontalHeader();
@@ -241,7 +244,7 @@ TEST_F(OverviewTest, LayoutRememberedAcrossRestart) {
     openWindow();
     EXPECT_EQ(window->size(), QSize(1020, 700));
     // The splitter is laid out anew in a window of another size: its proportion is what stays.
-    const QList<int> restored = find<QSplitter>("overviewSplitter")->sizes();
+    const QList<int> restored = find<QSplitter>("overviewTables")->sizes();
     ASSERT_EQ(restored.size(), 2);
     EXPECT_NEAR(double(restored[0]) / (restored[0] + restored[1]), double(sizes[0]) / (sizes[0] + sizes[1]),
                 0.02);
@@ -255,6 +258,7 @@ TEST_F(OverviewTest, FurtherColumnsAndContextMenu) {
     crawlNewSite();
     results().selectSubTab("2");
     QTableView* flat = results().flatTable();
+    EXPECT_EQ(flat->horizontalHeader()->sortIndicatorSection(), -1) << "no arrow before the user sorts";
     const int before = flat->model()->columnCount();
     for (const char* key : {"TrelliumFlatViewColsCode", "TrelliumFlatViewColsPageTitle"})
         find<QAction>(key)->trigger();
@@ -333,4 +337,78 @@ TEST_F(OverviewTest, ProgressShowsTheCrawlAlive) {
     EXPECT_EQ(progress->badLine()->points().last().y(), 2.0);
     EXPECT_EQ(find<QLabel>("progressCurrent")->text(), "–") << "nothing is being checked any more";
     EXPECT_EQ(find<QLabel>("progressLeft")->text(), "–");
+}
+
+// The README's pictures of every step, written only when TRELLIUM_SCREENSHOTS names a folder,
+// so the ordinary suite never rewrites them: TRELLIUM_SCREENSHOTS=docs/screenshots test_gui.
+TEST_F(OverviewTest, Screenshots) {
+    const QString folder = qEnvironmentVariable("TRELLIUM_SCREENSHOTS");
+    if (folder.isEmpty())
+        GTEST_SKIP() << "TRELLIUM_SCREENSHOTS is not set";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    // A livelier site: a catalogue of pages answering at different speeds.
+    QByteArray catalogue = "<html><head><title>Catalogue</title></head><body>";
+    for (int i = 1; i <= 24; ++i) {
+        const QString path = QString("/catalogue/item%1.html").arg(i);
+        catalogue += QString("<a href=\"%1\">Item %2</a>").arg(path).arg(i).toUtf8();
+        server.addPage(path, QString("<html><head><title>Item %1</title></head><body><a href=\"/\">Home</a>"
+                                     "<a href=\"/catalogue/item%2.html\">Next</a></body></html>")
+                                 .arg(i)
+                                 .arg(i % 24 + 1)
+                                 .toUtf8());
+        server.setResponseDelay(path, (i * 37) % 5 == 0 ? 700 : (i * 53) % 300);
+    }
+    server.addPage("/catalogue/", catalogue + "<a href=\"/catalogue/old-item.html\">Old</a></body></html>");
+    server.addPage("/a.html", "<html><head><title>A</title></head><body><a href=\"/deep/c.html\">C</a>"
+                              "<a href=\"/catalogue/\">Catalogue</a><a href=\"/missing.html\">Gone</a>"
+                              "</body></html>");
+    server.setResponseDelay("/b.html", 5000); // holds the crawl for the progress picture
+
+    QDir().mkpath(SiteStore::storePath());
+    const QString lastWeek = SiteStore::dateStampText(QDateTime::currentDateTime().addDays(-7));
+    for (const auto& [name, url] :
+         QList<QPair<QString, QString>>{{"Company blog", "https://blog.example.com/"},
+                                        {"Online shop", "https://shop.example.com/"},
+                                        {"Documentation", "https://docs.example.org/"}})
+        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename(SiteStore::filenameFromURL(url)),
+                                     {{"url", url},
+                                      {"name", name},
+                                      {"dateStamp", lastWeek},
+                                      {"status", "1204 of 1204 links checked, 3 bad"},
+                                      {"scheduleCalendarIntervalMatrix", name == "Online shop" ? 1 : 0},
+                                      {"scheduleCalendarIntervalWeekday", "Monday"}}));
+    openWindow();
+    window->resize(1180, 800);
+    auto shoot = [&](const QString& name) {
+        idle(300);
+        EXPECT_TRUE(window->grab().save(folder + "/" + name + ".png")) << name.toStdString();
+    };
+    find<QPushButton>("sitesNew")->click();
+    idle();
+    auto* dialog = window->findChild<QDialog*>("newSiteDialog");
+    ASSERT_NE(dialog, nullptr);
+    dialog->findChild<QLineEdit*>("newSiteUrl")->setText(server.url("/"));
+    dialog->findChild<QLineEdit*>("newSiteName")->setText("Demo site");
+    dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    shoot("step1-sites");
+    find<QPushButton>("nextButton")->click();
+    window->settingsForm().checkBoxForKey("checkImages")->click();
+    window->settingsForm().addBlacklistRule("Do not check", "/logout");
+    window->settingsForm().addBlacklistRule("Do not follow", "/archive/");
+    shoot("step2-settings");
+    find<QPushButton>("nextButton")->click();
+    shoot("step3-tasks");
+
+    find<QPushButton>(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    auto* progress = find<ProgressPage>("progressDetails");
+    ASSERT_TRUE(spinUntil([&] { return progress->pace().elapsed() >= 3; }));
+    progress->sample();
+    shoot("step4-progress");
+    ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }, 30000));
+    shoot("step5-overview");
+    results().selectSubTab("1");
+    results().byLinkTree()->expandAll();
+    shoot("step5-results");
+    results().selectSubTab("2");
+    shoot("step5-flat");
 }

@@ -49,9 +49,10 @@ TEST(CrawlOverview, ResponseTimeBucketEdges) {
     for (const auto& [seconds, bucket] : cases)
         EXPECT_EQ(CrawlOverview::bucketOf(seconds), bucket) << seconds;
     EXPECT_EQ(CrawlOverview::bucketCount(), 7);
-    EXPECT_EQ(CrawlOverview::bucketName(0), "under 100 ms");
-    EXPECT_EQ(CrawlOverview::bucketName(4), "1 s–2 s");
-    EXPECT_EQ(CrawlOverview::bucketName(6), "5 s or more");
+    EXPECT_EQ(CrawlOverview::bucketName(0), "0–100 ms");
+    EXPECT_EQ(CrawlOverview::bucketName(4), "1–2 s");
+    EXPECT_EQ(CrawlOverview::bucketName(6), "≥ 5 s");
+    EXPECT_EQ(CrawlOverview::bucketName(7), "≥ 5 s") << "past the end is the open bucket";
 }
 
 // Pages, images and other files; inside and outside; depths of pages only; the slowest pages
