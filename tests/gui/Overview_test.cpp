@@ -87,16 +87,20 @@ class OverviewTest : public testing::Test {
     ResultsView& results() { return window->resultsView(); }
     LinkCheckerHub& hub() { return window->appDelegate().getHub(); }
 
-    // A new site with images checked, through the window's own dialog and settings.
-    void createSite() {
+    // A new site of the test server, through the window's own dialog.
+    void addSite(const QString& name) {
         find<QPushButton>("sitesNew")->click();
         idle();
         auto* dialog = window->findChild<QDialog*>("newSiteDialog");
         ASSERT_NE(dialog, nullptr);
         dialog->findChild<QLineEdit*>("newSiteUrl")->setText(server.url("/"));
-        dialog->findChild<QLineEdit*>("newSiteName")->setText("Layers");
+        dialog->findChild<QLineEdit*>("newSiteName")->setText(name);
         dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
         idle();
+    }
+    // Images are checked too, set in the site's settings.
+    void createSite() {
+        addSite("Layers");
         find<QPushButton>("nextButton")->click();
         window->settingsForm().checkBoxForKey("checkImages")->click();
         find<QPushButton>("nextButton")->click();
@@ -383,13 +387,7 @@ TEST_F(OverviewTest, Screenshots) {
         idle(300);
         EXPECT_TRUE(window->grab().save(folder + "/" + name + ".png")) << name.toStdString();
     };
-    find<QPushButton>("sitesNew")->click();
-    idle();
-    auto* dialog = window->findChild<QDialog*>("newSiteDialog");
-    ASSERT_NE(dialog, nullptr);
-    dialog->findChild<QLineEdit*>("newSiteUrl")->setText(server.url("/"));
-    dialog->findChild<QLineEdit*>("newSiteName")->setText("Demo site");
-    dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    addSite("Demo site");
     shoot("step1-sites");
     find<QPushButton>("nextButton")->click();
     window->settingsForm().checkBoxForKey("checkImages")->click();

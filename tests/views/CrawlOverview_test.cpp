@@ -59,30 +59,22 @@ TEST(CrawlOverview, ResponseTimeBucketEdges) {
 // in order with ties in crawl order, failures and images never among them.
 TEST(CrawlOverview, CountsFromRecords) {
     ViewsFixture f;
-    auto home = f.link("http://example.com/", "200 no error", 0);
-    home->setIsInternal(true);
-    home->setResponseTime(0.3);
-    auto a = f.link("http://example.com/a", "200 no error", 1);
-    a->setIsInternal(true);
-    a->setResponseTime(0.9);
-    auto b = f.link("http://example.com/b", "404 not found", 1);
-    b->setIsInternal(true);
-    b->setResponseTime(0.9);
-    auto c = f.link("http://example.com/c", "200 no error", 2);
-    c->setIsInternal(true);
-    c->setResponseTime(0.9);
-    auto img = f.link("http://example.com/i.png", "200 no error", 1);
-    img->setIsInternal(true);
+    auto link = [&f](const QString& url, const QString& status, int depth, double seconds,
+                     bool internal = true) {
+        auto r = f.link(url, status, depth);
+        r->setResponseTime(seconds);
+        r->setIsInternal(internal);
+        return r;
+    };
+    link("http://example.com/", "200 no error", 0, 0.3);
+    auto a = link("http://example.com/a", "200 no error", 1, 0.9);
+    link("http://example.com/b", "404 not found", 1, 0.9);
+    link("http://example.com/c", "200 no error", 2, 0.9);
+    auto img = link("http://example.com/i.png", "200 no error", 1, 5);
     img->setIsImage(true);
-    img->setResponseTime(5);
-    auto zip = f.link("http://example.com/f.zip", "200 no error", 1);
-    zip->setIsInternal(true);
-    zip->setIsHTML(false);
-    zip->setResponseTime(0.01);
-    auto out = f.link("http://other.example/", "Unsupported url", 1);
-    out->setResponseTime(30);
-    out->setIsInternal(false);
-    f.link("http://other.example/x", "", 2)->setIsInternal(false);
+    link("http://example.com/f.zip", "200 no error", 1, 0.01)->setIsHTML(false);
+    auto out = link("http://other.example/", "Unsupported url", 1, 30, false);
+    link("http://other.example/x", "", 2, 0, false);
 
     const CrawlOverview o = CrawlOverview::fromHub(f.hub, 3);
     EXPECT_EQ(o.links, 8);
