@@ -16,6 +16,7 @@ authorizer = DummyAuthorizer()
 authorizer.add_user(user, password, root, perm="elradfmwMT")
 handler = FTPHandler
 handler.authorizer = authorizer
+handler.auth_failed_timeout = 0.1
 server = FTPServer(("127.0.0.1", 0), handler)
 print(server.address[1], flush=True)
 server.serve_forever(handle_exit=False)
