@@ -254,7 +254,7 @@ void SEOManager::exportXML() {
         if (!configManager.getSitemapSaveDirectory().isEmpty())
             suggested = QDir(configManager.getSitemapSaveDirectory()).filePath(suggested);
         if (sitemapUi)
-            sitemapLocation = sitemapUi->chooseSaveFile("xml", suggested);
+            sitemapLocation = sitemapUi->chooseSaveFile("Save the XML sitemap", suggested);
     } else {
         const QString temp = SiteStore::storePath() + "/temp";
         QDir().mkpath(temp);
@@ -379,7 +379,8 @@ QString SEOManager::sitemapAsHeirarcicalHTML() {
 void SEOManager::saveSitemapExport(const QString& text, const QString& type) {
     if (!sitemapUi)
         return;
-    const QString path = sitemapUi->chooseSaveFile(type, QString());
+    const QString path =
+        sitemapUi->chooseSaveFile("Export the sitemap as " + type.toUpper(), "sitemap." + type);
     if (path.isEmpty())
         return;
     if (!TableExport::writeTextAtomically(path, text))
