@@ -83,16 +83,16 @@ TEST(Sitemap, MembershipAndEscaping) {
     f.preferences.setValue("sitemapPriority", 1);
     EXPECT_EQ(f.seo.getXMLSitemap(), SitemapFixture::opening() + "</urlset>");
 
-    f.page("http://site.test/?a=1&b=2", 0);
+    f.page("http://site.test/?a=1&b=2", 0)->setTargetLastModified("Wed, 31 Feb 2025 10:00:00 GMT");
     f.page("http://site.test/?q=x&amp;y", 1)->setTargetLastModified("not a date");
     f.page("http://site.test/hidden", 1)->setHeadContainsNoIndex(true);
     f.page("http://site.test/copy", 1)->setCanonical("http://site.test/original");
     f.page("http://site.test/same", 1)->setCanonical("http://site.test/same/");
-    f.page("http://site.test/<b>", 1);
-    EXPECT_EQ(f.seo.getXMLSitemap(), SitemapFixture::opening() + entry("http://site.test/?a=1&amp;b=2", "") +
-                                         entry("http://site.test/?q=x&amp;amp;y", "") +
-                                         entry("http://site.test/same", "") +
-                                         entry("http://site.test/<b>", "") + "</urlset>");
+    f.page("http://site.test/<b>", 1)->setTargetLastModified("2025-12-29T10:00:00Z");
+    EXPECT_EQ(f.seo.getXMLSitemap(),
+              SitemapFixture::opening() + entry("http://site.test/?a=1&amp;b=2", "") +
+                  entry("http://site.test/?q=x&amp;amp;y", "") + entry("http://site.test/same", "") +
+                  entry("http://site.test/<b>", "\t\t<lastmod>2026-12-29</lastmod>\n") + "</urlset>");
     EXPECT_EQ(f.seo.getSitemapCollectionCount(), 4);
     EXPECT_EQ(f.seo.getSEOCollectionCount(), 6);
 }
