@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QLocale>
 #include <QProcess>
 #include <QStandardPaths>
@@ -186,6 +187,7 @@ QString SEOManager::getXMLSitemap() {
     const std::vector<LinkCheckerUrlPtr>& pages = getSitemapCollection();
     const bool writeChangeFrequency = sitemapChangeFrequencyTag() != 0;
     const bool writePriority = sitemapPriorityTitle() != "None";
+    QHash<QString, QString> lastmods;
     QString text;
     text.reserve(qsizetype(pages.size()) * 160 + 300);
     text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
@@ -196,13 +198,18 @@ QString SEOManager::getXMLSitemap() {
         text += "\t<url>\n\t\t<loc>";
         text += page->getActualLinkUrl();
         text += "</loc>\n";
-        if (page->getTargetLastModified()) {
-            const QDate date = lastModifiedDate(*page);
+        if (const auto& header = page->getTargetLastModified()) {
+            // Pages published together share their date: each text is read once.
+            auto known = lastmods.constFind(*header);
+            if (known == lastmods.constEnd()) {
+                const QDate date = lastModifiedDate(*page);
+                known = lastmods.insert(*header, date.isValid() ? weekYearDate(date) : QString());
+            }
             // A date that can't be read would make the document invalid: it is left out.
-            if (date.isValid())
-                text += "\t\t<lastmod>" + weekYearDate(date) + "</lastmod>\n";
+            if (!known->isEmpty())
+                text += "\t\t<lastmod>" + *known + "</lastmod>\n";
             else
-                qInfo("unreadable Last-Modified date %s of %s", qPrintable(*page->getTargetLastModified()),
+                qInfo("unreadable Last-Modified date %s of %s", qPrintable(*header),
                       qPrintable(page->getActualLinkUrl()));
         }
         const auto rule = configManager.ruleThatApplies(page->getActualLinkUrl());
