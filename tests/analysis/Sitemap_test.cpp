@@ -1,5 +1,9 @@
 #include "analysis/SitemapFixture.h"
+#include "config/SiteStore.h"
+#include "support/TempHome.h"
 #include "views/TableExport.h"
+
+#include <QFileInfo>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -226,4 +230,60 @@ TEST(Sitemap, WarnsPastTheProtocolLimit) {
     EXPECT_EQ(text.count("<url>"), 50001);
     ASSERT_EQ(f.ui.alerts.size(), 1);
     EXPECT_TRUE(f.ui.alerts[0].second.contains("50001 URLs")) << f.ui.alerts[0].second.toStdString();
+}
+
+// The interactive save as `sitemapOptions` says: 0 asks for a file and stops there, 1 goes on to
+// the FTP sheet, 2 writes sitemap.xml in the store's temp folder without asking; a cancelled panel
+// writes nothing and asks nothing more.
+TEST(Sitemap, InteractiveSaveFollowsTheOptions) {
+    TempHome home;
+    QTemporaryDir dir;
+    const struct {
+        int option;
+        QString panelAnswer;
+        QString expectedLocation; // empty: nothing written
+        int sheets;
+    } cases[] = {
+        {0, dir.filePath("a.xml"), dir.filePath("a.xml"), 0},
+        {1, dir.filePath("b.xml"), dir.filePath("b.xml"), 1},
+        {1, "", "", 0},
+        {2, "", SiteStore::storePath() + "/temp/sitemap.xml", 1},
+    };
+    for (const auto& c : cases) {
+        SitemapFixture f;
+        f.page("http://site.test/", 0);
+        f.preferences.setValue("sitemapOptions", c.option);
+        f.ui.saveAnswer = c.panelAnswer;
+        int sheets = 0;
+        // The sheet is cancelled, so nothing is sent.
+        f.seo.beginFTPDialog = [&] { return ++sheets, false; };
+        f.seo.exportXML();
+        EXPECT_EQ(f.seo.getSitemapLocation(), c.expectedLocation) << c.option;
+        EXPECT_EQ(sheets, c.sheets) << c.option;
+        if (c.expectedLocation.isEmpty())
+            continue;
+        EXPECT_TRUE(QFile::exists(c.expectedLocation));
+        EXPECT_EQ(f.config.getSitemapSaveFilename(), QFileInfo(c.expectedLocation).fileName());
+        EXPECT_TRUE(f.config.isDocumentEdited());
+    }
+}
+
+// The HTML menu command acts only on a finished crawl, and then in the form htmlExportOptions names.
+TEST(Sitemap, HtmlMenuItemWaitsForTheCrawl) {
+    SitemapFixture f;
+    f.page("http://site.test/a/b", 2, "B");
+    QTemporaryDir dir;
+    f.ui.saveAnswer = dir.filePath("map.html");
+    f.seo.exportSitemapAsHTMLMenuItem();
+    EXPECT_FALSE(QFile::exists(f.ui.saveAnswer));
+
+    // An empty hub has nothing left to check: its crawl closes at once.
+    ASSERT_TRUE(f.hub.isFinished());
+    for (const int option : {0, 1}) {
+        f.preferences.setValue("htmlExportOptions", option);
+        f.seo.exportSitemapAsHTMLMenuItem();
+        QFile file(f.ui.saveAnswer);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll().contains("&bull;"), option == 1) << option;
+    }
 }
