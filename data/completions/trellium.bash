@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl sitemap parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl)
+    crawl|sitemap)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -43,7 +43,8 @@ _trellium() {
             COMPREPLY=($(compgen -W "text json markdown junit" -- "$cur"))
             return ;;
         --report)
-            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html"
+            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
+                sitemap-csv sitemap-html sitemap-tree-html"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -52,7 +53,7 @@ _trellium() {
                 COMPREPLY=($(compgen -W "$kinds" -S = -- "$cur"))
             fi
             return ;;
-        --json)
+        --json|-o|--output)
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
             return ;;
@@ -67,13 +68,23 @@ _trellium() {
         --retry-on)
             COMPREPLY=($(compgen -W "429,5xx" -- "$cur"))
             return ;;
+        --changefreq)
+            COMPREPLY=($(compgen -W "none always hourly daily weekly monthly yearly never" -- "$cur"))
+            return ;;
+        --priority)
+            COMPREPLY=($(compgen -W "level none" -- "$cur"))
+            return ;;
+        --rule|--ftp)
+            return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
         --exclude|--include|--max-redirects)
             return ;;
         esac
         if [[ $cur == -* ]]; then
-            COMPREPLY=($(compgen -W "--help --help-all --version --site --settings --format --quiet
+            local own=""
+            [[ $command == sitemap ]] && own="--output --rule --changefreq --priority --lastmod --upload --ftp"
+            COMPREPLY=($(compgen -W "$own --help --help-all --version --site --settings --format --quiet
                 --verbose --json --report --bad-only --threads --timeout --max-time --max-page-size
                 --delay --user-agent --header --insecure --retry --retry-on --max-redirects --images
                 --ignore-query --keep-slash --single-page --nofollow --error-pages --unique-titles

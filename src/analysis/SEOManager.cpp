@@ -20,15 +20,18 @@ void SEOManager::add(const LinkCheckerUrlPtr& page) {
         return;
     lfDataSource::add(page);
     members.insert(page.get());
+    clearSitemapCollection();
 }
 
 void SEOManager::clear() {
     lfDataSource::clear();
     members.clear();
     stopPressedFlag = false;
+    clearSitemapCollection();
 }
 
 void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {
     if (isNew)
         add(page);
+    setChangeFrequencyFromRules(*page);
 }

@@ -207,9 +207,12 @@ void KestConfigManager::implementSettingsFromDictionary(const QVariantMap& dict)
         applyText(dict, key);
 
     // 12, 13. Sitemap rules: Qt containers copy on write, so edits never reach `dict`.
+    // A value of another type in a file written elsewhere is no list: Qt would make a text one rule.
     sitemapRules.clear();
-    for (const QVariant& rule : dict.value("sitemapRules").toList())
-        sitemapRules.append(QVariantMap(rule.toMap()));
+    const QVariant rules = dict.value("sitemapRules");
+    if (rules.typeId() == QMetaType::QVariantList)
+        for (const QVariant& rule : rules.toList())
+            sitemapRules.append(QVariantMap(rule.toMap()));
     if (ruleTableChanged)
         ruleTableChanged();
 

@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <functional>
+#include <optional>
 
 class Preferences;
 class UserInterface;
@@ -63,6 +64,17 @@ class KestConfigManager {
     // The leading integer of a text, as a number typed into a form is read: " 12abc" is 12.
     static int intValue(const QVariant& value);
     static QStringList trimEachItemInArray(const QStringList& items);
+
+    // --- Sitemap rules (KestConfigManagerRules.cpp).
+    // What a new rule holds: "edit_me", "0.5", "weekly".
+    static QVariantMap newSitemapRule();
+    void addSitemapRule();
+    // Out of range does nothing.
+    void deleteSitemapRule(int row);
+    // A cell edit of the rule table: the text is stored under the column's key, unchecked.
+    void setSitemapRuleValue(int row, const QString& key, const QString& text);
+    // The last rule whose `contains` occurs in url, case ignored; none when no rule matches.
+    std::optional<QVariantMap> ruleThatApplies(const QString& url) const;
 
     // --- Form state.
     bool isDocumentEdited() const { return edited; }

@@ -26,6 +26,8 @@ const Key orderedKeys[] = {
     {"htmlExportOptions", Form::Index},
     {"sitemapOptions", Form::Index},
     {"includelastmodinsitemap", Form::Bool},
+    {"sitemapChangeFrequency", Form::Index},
+    {"sitemapPriority", Form::Index},
     {"dontHighlight", Form::YesNo},
     {"LorraneDisplayLabels", Form::Bool},
     {"userAgentString", Form::Text},
@@ -180,6 +182,9 @@ Preferences::Preferences() {
     values.insert("htmlExportOptions", 0);
     values.insert("sitemapOptions", 0);
     values.insert("includelastmodinsitemap", false);
+    // The sitemap's site-wide choices: change frequency "weekly" (its tag), priority by level.
+    values.insert("sitemapChangeFrequency", 4);
+    values.insert("sitemapPriority", 0);
     values.insert("dontHighlight", QStringLiteral("NO"));
     values.insert("LorraneDisplayLabels", true);
     const float colours[4][4] = {{0.85f, 1.0f, 0.85f, 1.0f},

@@ -6,6 +6,7 @@
 #include "gui/ProgressPage.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
+#include "gui/SitemapView.h"
 #include "gui/WindowMemory.h"
 
 #include <QApplication>
@@ -43,7 +44,7 @@ struct TaskInfo {
 
 const TaskInfo tasks[] = {
     {NewUIController::linksButton, "Check links", "Crawl the site and report every link and image.", true},
-    {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", false},
+    {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", true},
     {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
     {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", false},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
@@ -113,6 +114,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
     resultsLayout->addWidget(results);
+    sitemapView = new SitemapView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
+    resultsLayout->addWidget(sitemapView);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -189,6 +192,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     };
     ui.onShowResults = [this](int action) {
         results->newResults();
+        sitemapView->reloadData();
         controller.displayResults(action);
     };
     controller.changed = [this] { refresh(); };
@@ -595,6 +599,8 @@ void MainWindow::refresh() {
     }
     setWindowTitle(controller.getWindowTitle());
     stepHeading->setText(controller.getWindowTitle());
+    results->setVisible(controller.getResultsView() != "sitemapResultsView");
+    sitemapView->setVisible(controller.getResultsView() == "sitemapResultsView");
     previousButton->setEnabled(controller.previousButtonEnabled);
     nextButton->setEnabled(controller.nextButtonEnabled);
 

@@ -19,6 +19,7 @@ class QStackedWidget;
 class QTableView;
 class QTreeView;
 class ResultsView;
+class SitemapView;
 class SettingsForm;
 class SiteListModel;
 
@@ -84,6 +85,7 @@ class MainWindow : public QMainWindow {
     SettingsForm* settings = nullptr;
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
+    SitemapView* sitemapView = nullptr;
     QMainWindow* resultsWindow = nullptr;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;

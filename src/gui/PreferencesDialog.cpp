@@ -1,6 +1,7 @@
 #include "gui/PreferencesDialog.h"
 
 #include "config/Preferences.h"
+#include "config/UAStringManager.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -15,18 +16,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-// The agents a user can pick from; choosing one only fills in the agent text.
-const QList<QPair<const char*, const char*>> userAgents = {
-    {"Safari 7.1", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10_9_5) AppleWebKit/600.1.17 (KHTML, like Gecko) "
-                   "Version/7.1 Safari/537.85.10"},
-    {"Firefox 25.0", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10.6; rv:25.0) Gecko/20100101 Firefox/25.0"},
-    {"IE 10 / Windows", "Mozilla/5.0 (compatible; MSIE 10.0; Windows NT 6.1; WOW64; Trident/6.0)"},
-    {"Chrome 36.0", "Mozilla/5.0 (Macintosh; Intel Mac OS X 10_9_2) AppleWebKit/537.36 (KHTML, like Gecko) "
-                    "Chrome/36.0.1944.0 Safari/537.36"},
-    {"Opera 11", "Opera/9.80 (Macintosh; Intel Mac OS X 10.6.8; U; fr) Presto/2.9.168 Version/11.52"},
-    {"Trellium", "Trellium/5"},
-};
 
 QFormLayout* page(QTabWidget* tabs, const QString& title) {
     auto* widget = new QWidget;
@@ -106,7 +95,8 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
     auto* agent = new QComboBox;
     agent->setObjectName("userAgentString");
     agent->setEditable(true);
-    for (const auto& [title, string] : userAgents)
+    // Choosing an agent only fills in the agent text, which stays free to edit.
+    for (const auto& [title, string] : UAStringManager::agents())
         agent->addItem(title, string);
     agent->setEditText(preferences.stringValue("userAgentString"));
     agent->setToolTip("What the crawler calls itself in every request. Pick a browser or type your own.");

@@ -2,6 +2,7 @@
 
 #include "app/NewUIController.h"
 #include "config/KestConfigManager.h"
+#include "gui/SitemapRulesBox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -294,6 +295,7 @@ QWidget* SettingsForm::makeRulesPage() {
     rules->setSelectionBehavior(QAbstractItemView::SelectRows);
     rules->setSelectionMode(QAbstractItemView::SingleSelection);
     layout->addWidget(rules, 1);
+    layout->addWidget(new SitemapRulesBox(config), 1);
     // Editing a term deletes the row and appends the new text to the same list.
     connect(rules, &QTableWidget::itemChanged, this, [this](QTableWidgetItem* item) {
         if (loading || item->column() != 2)
