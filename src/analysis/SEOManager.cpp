@@ -8,11 +8,13 @@ SEOManager::SEOManager(KestConfigManager& configManager_, Preferences& preferenc
     : configManager(configManager_), preferences(preferences_), hub(hub_) {
     hub.onSitePage = [this](const LinkCheckerUrlPtr& page, bool isNew) { pageFromCrawl(page, isNew); };
     hub.onNewCrawl = [this] { clear(); };
+    joinValidation();
 }
 
 SEOManager::~SEOManager() {
     hub.onSitePage = nullptr;
     hub.onNewCrawl = nullptr;
+    leaveValidation();
 }
 
 void SEOManager::add(const LinkCheckerUrlPtr& page) {
@@ -20,12 +22,14 @@ void SEOManager::add(const LinkCheckerUrlPtr& page) {
         return;
     lfDataSource::add(page);
     members.insert(page.get());
+    validationPageArrived(page);
 }
 
 void SEOManager::clear() {
     lfDataSource::clear();
     members.clear();
     stopPressedFlag = false;
+    resetValidation();
 }
 
 void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {
