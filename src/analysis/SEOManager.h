@@ -64,6 +64,8 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     int getNumberValidationErrors() const { return numberValidationErrors; }
     int getNumberValidationWarnings() const { return numberValidationWarnings; }
     int getNextPageToValidateIndex() const { return nextPageToValidate; }
+    // Requests sent whose answer has not been counted yet; those of a stopped crawl never are.
+    int getValidationsInFlight() const { return validationsInFlight; }
     // The validator table: its columns, rows (none while validation is off), row colours, the
     // notice above it, the double-click's page and the click that validates a row again.
     static kestreliaTableView validatorTableView();
@@ -112,6 +114,7 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     int numberValidated = 0;
     int numberValidationWarnings = 0;
     int numberValidationErrors = 0;
+    int validationsInFlight = 0;
     bool validationKickedOff = false;
     bool validationFinsihed = false;
     bool validationCrawlFinished = false;

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QSaveFile>
 #include <QtDebug>
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -71,6 +72,7 @@ void SEOManager::leaveValidation() {
 void SEOManager::resetValidation() {
     nextPageToValidate = 0;
     numberValidated = numberValidationWarnings = numberValidationErrors = 0;
+    validationsInFlight = 0;
     validationKickedOff = false;
     validationFinsihed = false;
     setCrawlFinished(false);
@@ -131,13 +133,16 @@ void SEOManager::sendValidatorPostRequest(const LinkCheckerUrlPtr& page) {
     request.setValueForHTTPHeaderField(QByteArray::number(body.size()), "Content-Length");
     request.setValueForHTTPHeaderField("application/x-www-form-urlencoded", "Content-Type");
     request.setValueForHTTPHeaderField(preferences.userAgentString().toUtf8(), "User-Agent");
+    // The time-out bounds the whole request: a service that answers late is as good as none.
     request.timeoutInterval = preferences.stringValue("validationtimeout").toDouble();
+    request.maximumTime = request.timeoutInterval;
     request.httpShouldHandleCookies = false;
     // Only a page without a verdict in its headers is read, for its title: a service's error
     // page is small, and nothing else is kept.
     request.maximumBodySize = defaultMaximumBodySize;
     page->setSentRequest();
     page->startConnection(request, myNSURLConnection::validatorIdentifier);
+    ++validationsInFlight;
 }
 
 void SEOManager::updateValidationProgressText(bool on) {
@@ -146,6 +151,7 @@ void SEOManager::updateValidationProgressText(bool on) {
 }
 
 void SEOManager::incNumberValidated(const LinkCheckerUrlPtr& page) {
+    validationsInFlight = std::max(0, validationsInFlight - 1);
     ++numberValidated;
     if (page->getValidatorWarnings() > 0)
         ++numberValidationWarnings;

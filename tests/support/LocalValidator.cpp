@@ -1,5 +1,6 @@
 #include "support/LocalValidator.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -7,8 +8,14 @@
 
 namespace {
 
+// This file's name as the compiler saw it, which may be relative to the build folder, the parent
+// of the test programs' folder.
 QString scriptPath() {
-    return QFileInfo(QStringLiteral(__FILE__)).dir().absoluteFilePath("../../scripts/local-validator.sh");
+    const QFileInfo source(QStringLiteral(__FILE__));
+    const QDir folder = source.isAbsolute()
+                            ? source.dir()
+                            : QDir(QCoreApplication::applicationDirPath() + "/../" + source.path());
+    return folder.absoluteFilePath("../../scripts/local-validator.sh");
 }
 
 } // namespace
@@ -28,11 +35,6 @@ LocalValidator::LocalValidator() {
 LocalValidator::~LocalValidator() {
     if (isRunning())
         runScript({"stop"}, nullptr);
-}
-
-LocalValidator& LocalValidator::shared() {
-    static LocalValidator validator;
-    return validator;
 }
 
 bool LocalValidator::runScript(const QStringList& arguments, QString* output) {

@@ -19,9 +19,6 @@ class LocalValidator {
     // What the script said when it failed.
     const QString& failure() const { return why; }
 
-    // One per test program: started on first use, stopped at exit.
-    static LocalValidator& shared();
-
   private:
     bool runScript(const QStringList& arguments, QString* output);
 
