@@ -81,6 +81,7 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     QString exportValidatorAsCSV() const;
     QString exportValidatorAsHTML() const;
     bool exportValidationReportAsCSVAndSaveTo(const QString& path) const;
+    QString validationReportCSV() const;
     // The displays: told of every change of the counts, of the progress text, and of the end.
     std::function<void()> onValidationCountsChanged;
     std::function<void(const QString&)> onValidationProgressText;

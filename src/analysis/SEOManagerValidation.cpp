@@ -347,13 +347,18 @@ QString SEOManager::exportValidatorAsHTML() const {
         .arg(out);
 }
 
-bool SEOManager::exportValidationReportAsCSVAndSaveTo(const QString& path) const {
+QString SEOManager::validationReportCSV() const {
     const std::vector<LinkCheckerUrlPtr> rows = visibleItems();
     const QString text =
         TableExport::csvThroughTable(validatorTableView(), numberOfValidatorRows(), [&](qsizetype r) {
             return size_t(r) < rows.size() ? static_cast<const KestDataObject*>(rows[size_t(r)].get())
                                            : nullptr;
         });
+    return text;
+}
+
+bool SEOManager::exportValidationReportAsCSVAndSaveTo(const QString& path) const {
+    const QString text = validationReportCSV();
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0 && file.commit())
         return true;

@@ -5,19 +5,15 @@
 #include "support/CrawlFixture.h"
 #include "support/LocalValidator.h"
 #include "support/TestServer.h"
+#include "support/ValidationSite.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <memory>
-#include <mutex>
 
 namespace {
-
-const QByteArray strict = "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\" "
-                          "\"http://www.w3.org/TR/html4/strict.dtd\">\n";
-const QByteArray charsetMeta = "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\">";
 
 // A crawl with the SEO collection and validation switched on, pointed at a validator.
 struct ValidatingCrawl : Crawl {
@@ -72,21 +68,7 @@ std::unique_ptr<LocalValidator> RealValidator::validator;
 // counts arrive while the crawl goes on, and the finish comes once, after the crawl's.
 TEST_F(RealValidator, CountsOfAFixtureSiteAndTheFinishAfterTheCrawl) {
     TestServer site;
-    site.addPage("/",
-                 strict + "<html><head>" + charsetMeta +
-                     "<title>Valid</title></head><body><p><a href=\"/errors.html\">e</a> "
-                     "<a href=\"/warnings.html\">w</a></p></body></html>",
-                 "text/html; charset=utf-8");
-    site.addPage("/errors.html",
-                 strict + "<html><head>" + charsetMeta +
-                     "<title>Errors</title></head><body><p><blink>1</blink><font>2</font></p>"
-                     "<center>3</center></body></html>",
-                 "text/html; charset=utf-8");
-    site.addPage(
-        "/warnings.html",
-        strict +
-            "<html><head><title>Warnings</title></head><body><p><a href=\"/\">home</a></p></body></html>",
-        "text/html");
+    addValidationSite(site);
     ValidatingCrawl crawl(site.url("/"), validator->baseUrl(), "0.2");
     // The validator is a Perl CGI started afresh for each page: seconds each on a busy machine.
     crawl.preferences.setValue("validationtimeout", "30");
