@@ -54,6 +54,10 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     void validateSinglePage(const LinkCheckerUrlPtr& page);
     void implementLocalValidator();
     void implementW3CValidator();
+    // The addresses those two set: the local one that scripts/local-validator.sh runs when it
+    // runs, else the local web server's; the public service.
+    static QString localValidatorUrl();
+    static QString publicValidatorUrl();
     void setCrawlFinished(bool finished);
     bool getCrawlFinished() const { return validationCrawlFinished; }
     bool getValidationKickedOff() const { return validationKickedOff; }

@@ -203,9 +203,17 @@ void SEOManager::validateSinglePage(const LinkCheckerUrlPtr& page) {
         validationContext.get(), [this, page] { sendValidatorPostRequest(page); }, Qt::QueuedConnection);
 }
 
-void SEOManager::implementLocalValidator() {
+QString SEOManager::localValidatorUrl() {
     const QString running = runningLocalValidator();
-    preferences.setValue("validationURL", running.isEmpty() ? localValidator : running);
+    return running.isEmpty() ? localValidator : running;
+}
+
+QString SEOManager::publicValidatorUrl() {
+    return publicValidator;
+}
+
+void SEOManager::implementLocalValidator() {
+    preferences.setValue("validationURL", localValidatorUrl());
 }
 
 void SEOManager::implementW3CValidator() {

@@ -5,6 +5,7 @@
 #include "gui/PreferencesDialog.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
+#include "gui/ValidatorView.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -111,6 +112,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
     resultsLayout->addWidget(results);
+    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences());
+    resultsLayout->addWidget(validatorView);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -574,6 +577,10 @@ void MainWindow::makeMenus() {
 
 void MainWindow::refresh() {
     const QString tab = controller.getSelectedTab();
+    // Step 5 shows the validator table for the validation task, the link views otherwise.
+    validatorView->setVisible(controller.getResultsView() == "validationResultsView");
+    if (results->parent() == resultsPage)
+        results->setVisible(!validatorView->isVisibleTo(resultsPage));
     const int index = tab.toInt() - 1;
     if (index >= 0 && index < pages->count() && pages->currentIndex() != index) {
         if (index == 1)

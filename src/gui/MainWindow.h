@@ -18,6 +18,7 @@ class QStackedWidget;
 class QTableView;
 class QTreeView;
 class ResultsView;
+class ValidatorView;
 class SettingsForm;
 class SiteListModel;
 
@@ -83,6 +84,7 @@ class MainWindow : public QMainWindow {
     SettingsForm* settings = nullptr;
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
+    ValidatorView* validatorView = nullptr;
     QMainWindow* resultsWindow = nullptr;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;
