@@ -44,7 +44,7 @@ const TaskInfo tasks[] = {
     {NewUIController::linksButton, "Check links", "Crawl the site and report every link and image.", true},
     {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", false},
     {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
-    {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", false},
+    {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", true},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
      false},
     {NewUIController::monitoringButton, "Monitors", "Watch single URLs and alert when they fail.", false},
@@ -187,6 +187,12 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         });
     };
     ui.onShowResults = [this](int action) {
+        // Validation asked for after the crawl: switched on and started, and its table shown.
+        if (action == 5) {
+            app.getPreferences().setValue("ValidationEnabled", true);
+            app.getSEOManager().kickOffValidation();
+            action = 18;
+        }
         results->reloadData(true);
         controller.displayResults(action);
     };

@@ -356,3 +356,32 @@ TEST(Validation, NothingWrongGivesTheShortReportAndLoadedCountsFollowTheirRule) 
 }
 
 } // namespace
+
+namespace {
+
+// Validation runs for the validation results, and for the scheduled actions only when their
+// validation or summary file is wanted; every other action switches it off.
+TEST(Validation, TheActionNumberDecidesWhetherValidationRuns) {
+    const struct {
+        int action;
+        const char* flag; // a site setting switched on first, or none
+        bool enabled;
+    } cases[] = {{18, nullptr, true},
+                 {6, nullptr, false},
+                 {6, "onFinishSaveValidation", true},
+                 {6, "onFinishSaveSummary", true},
+                 {6, "onFinishSaveSEO", false},
+                 {1, "onFinishSaveValidation", false},
+                 {5, nullptr, false}};
+    for (const auto& c : cases) {
+        Crawl crawl("http://example.com/");
+        crawl.preferences.setValue("ValidationEnabled", !c.enabled);
+        if (c.flag)
+            crawl.config.setValueForKey(c.flag, QString("YES"));
+        crawl.hub.setActionWhenFinished(c.action);
+        EXPECT_EQ(crawl.preferences.boolValue("ValidationEnabled"), c.enabled)
+            << c.action << " " << (c.flag ? c.flag : "");
+    }
+}
+
+} // namespace
