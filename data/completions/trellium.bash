@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl sitemap parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl sitemap validate parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl|sitemap)
+    crawl|sitemap|validate)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -44,7 +44,7 @@ _trellium() {
             return ;;
         --report)
             local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
-                sitemap-csv sitemap-html sitemap-tree-html"
+                sitemap-csv sitemap-html sitemap-tree-html validation-csv validation-html validation-report validation-bad"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -78,7 +78,10 @@ _trellium() {
             return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
-        --exclude|--include|--max-redirects)
+        --exclude|--include|--max-redirects|--validation-delay|--validation-timeout)
+            return ;;
+        --validator)
+            COMPREPLY=($(compgen -W "local w3c" -- "$cur"))
             return ;;
         esac
         if [[ $cur == -* ]]; then
@@ -90,7 +93,8 @@ _trellium() {
                 --ignore-query --keep-slash --single-page --nofollow --error-pages --unique-titles
                 --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
                 --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
-                --check-anchors --exclude --include --check-resources" -- "$cur"))
+                --check-anchors --exclude --include --check-resources
+                $([[ $command == validate ]] && echo --validator --validation-delay --validation-timeout)" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))

@@ -8,11 +8,13 @@ SEOManager::SEOManager(KestConfigManager& configManager_, Preferences& preferenc
     : configManager(configManager_), preferences(preferences_), hub(hub_) {
     hub.onSitePage = [this](const LinkCheckerUrlPtr& page, bool isNew) { pageFromCrawl(page, isNew); };
     hub.onNewCrawl = [this] { clear(); };
+    joinValidation();
 }
 
 SEOManager::~SEOManager() {
     hub.onSitePage = nullptr;
     hub.onNewCrawl = nullptr;
+    leaveValidation();
 }
 
 void SEOManager::add(const LinkCheckerUrlPtr& page) {
@@ -21,6 +23,7 @@ void SEOManager::add(const LinkCheckerUrlPtr& page) {
     lfDataSource::add(page);
     members.insert(page.get());
     clearSitemapCollection();
+    validationPageArrived(page);
 }
 
 void SEOManager::clear() {
@@ -28,6 +31,7 @@ void SEOManager::clear() {
     members.clear();
     stopPressedFlag = false;
     clearSitemapCollection();
+    resetValidation();
 }
 
 void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {

@@ -7,12 +7,14 @@
 #include <QSet>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class KestConfigManager;
 class LinkCheckerHub;
 class Preferences;
 class UserInterface;
+class ValidationRunner;
 
 // The site's own HTML pages, as one list of the hub's records, from which the SEO, sitemap,
 // validator and spelling tables are fed. Pages arrive through the hub's hand-over during the
@@ -95,6 +97,54 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     void exportSitemapAsHTMLMenuItem();
 
     // ---- validation (SEOManagerValidation.cpp)
+    void kickOffValidation();
+    // One pass of the runner, on this object's thread: hands out the next page, or says that
+    // validation has caught up.
+    bool getNextPageToValidate();
+    void sendValidatorPostRequest(const LinkCheckerUrlPtr& page);
+    void updateValidationProgressText(bool on);
+    void incNumberValidated(const LinkCheckerUrlPtr& page);
+    void countNumberValidated();
+    void reValidate();
+    void validateSinglePage(const LinkCheckerUrlPtr& page);
+    void implementLocalValidator();
+    void implementW3CValidator();
+    // The addresses those two set: the local one that scripts/local-validator.sh runs when it
+    // runs, else the local web server's; the public service.
+    static QString localValidatorUrl();
+    static QString publicValidatorUrl();
+    void setCrawlFinished(bool finished);
+    bool getCrawlFinished() const { return validationCrawlFinished; }
+    bool getValidationKickedOff() const { return validationKickedOff; }
+    void setValidationKickedOff(bool value) { validationKickedOff = value; }
+    bool getValidationFinsihed() const { return validationFinsihed; }
+    bool isValidationRunnerRunning() const;
+    int getNumberValidated() const { return numberValidated; }
+    int getNumberValidationErrors() const { return numberValidationErrors; }
+    int getNumberValidationWarnings() const { return numberValidationWarnings; }
+    int getNextPageToValidateIndex() const { return nextPageToValidate; }
+    // Requests sent whose answer has not been counted yet; those of a stopped crawl never are.
+    int getValidationsInFlight() const { return validationsInFlight; }
+    // The validator table: its columns, rows (none while validation is off), row colours, the
+    // notice above it, the double-click's page and the click that validates a row again.
+    static kestreliaTableView validatorTableView();
+    qsizetype numberOfValidatorRows() const;
+    std::optional<LabelColour> validatorLabelColorForRow(qsizetype row) const;
+    QString validatorNotice() const;
+    QString validationDoubleClickUrl(qsizetype row) const;
+    void validationDoubleClick(qsizetype row);
+    void validatorRowClicked(qsizetype row);
+    // Section reports and exports.
+    QString getValidationReport() const;
+    QString getBadValidationReport() const;
+    QString exportValidatorAsCSV() const;
+    QString exportValidatorAsHTML() const;
+    bool exportValidationReportAsCSVAndSaveTo(const QString& path) const;
+    QString validationReportCSV() const;
+    // The displays: told of every change of the counts, of the progress text, and of the end.
+    std::function<void()> onValidationCountsChanged;
+    std::function<void(const QString&)> onValidationProgressText;
+    std::function<void()> onValidationFinished;
 
     // ---- spelling and grammar (SEOManagerSpelling.cpp)
 
@@ -122,6 +172,23 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     void saveSitemapExport(const QString& text, const QString& type);
 
     // ---- validation state
+    void joinValidation();
+    void leaveValidation();
+    void resetValidation();
+    void validationPageArrived(const LinkCheckerUrlPtr& page);
+    void validationCountsChanged();
+    int nextPageToValidate = 0;
+    int numberValidated = 0;
+    int numberValidationWarnings = 0;
+    int numberValidationErrors = 0;
+    int validationsInFlight = 0;
+    bool validationKickedOff = false;
+    bool validationFinsihed = false;
+    bool validationCrawlFinished = false;
+    // Lives on this object's thread: the runner's questions are queued to it. Declared before
+    // the runner, so the runner has stopped before it goes.
+    std::shared_ptr<QObject> validationContext;
+    std::shared_ptr<ValidationRunner> validationRunner;
 
     // ---- spelling state
 };

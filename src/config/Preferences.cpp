@@ -211,7 +211,7 @@ Preferences::Preferences() {
     values.insert("checkRobots", true);
     values.insert("checkRobotstxt", true);
     values.insert("dontShowTip", false);
-    values.insert("validationURL", QStringLiteral("https://validator.w3.org/check"));
+    values.insert("validationURL", QStringLiteral("https://validator.w3.org"));
     values.insert("validationdelay", QStringLiteral("1"));
     values.insert("validationtimeout", QStringLiteral("30"));
     values.insert("SEOCountKeywordsInContent", false);

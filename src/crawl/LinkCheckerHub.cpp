@@ -259,6 +259,8 @@ void LinkCheckerHub::closeCrawl() {
     crawlFinished = true;
     ui.progress(qint64(numberDone), count(), progressLine());
     ui.reloadView("links");
+    if (onCrawlFinishedChanged)
+        onCrawlFinishedChanged(true);
     takeAction(actionWhenFinished);
 }
 
@@ -356,7 +358,33 @@ void LinkCheckerHub::doReport(bool onThisThread) {
 }
 
 void LinkCheckerHub::takeAction(int action) {
+    if (action == 5) {
+        ui.showResults(18);
+        preferences.setValue(u"ValidationEnabled"_s, true);
+        if (onStartValidation)
+            onStartValidation();
+        return;
+    }
     ui.showResults(action);
+}
+
+void LinkCheckerHub::setActionWhenFinished(int action) {
+    actionWhenFinished = action;
+    const bool wanted = action == 18 || (action == 6 && (config.flagForKey(u"onFinishSaveValidation"_s) ||
+                                                         config.flagForKey(u"onFinishSaveSummary"_s)));
+    preferences.setValue(u"ValidationEnabled"_s, wanted);
+}
+
+void LinkCheckerHub::validationIsFinished() {
+    if (!crawlFinished)
+        return;
+    QMetaObject::invokeMethod(
+        this, [this] { takeActionsFollowingValidationFinish(); }, Qt::QueuedConnection);
+}
+
+void LinkCheckerHub::takeActionsFollowingValidationFinish() {
+    if (onValidationFinish)
+        onValidationFinish();
 }
 
 void LinkCheckerHub::archivePage(const LinkCheckerUrlPtr&) {}

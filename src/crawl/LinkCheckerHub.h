@@ -109,7 +109,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     quint64 getNumberDone() const { return numberDone; }
     int getBadCollectionCount() const { return badCollectionCount; }
     int getActionWhenFinished() const { return actionWhenFinished; }
-    void setActionWhenFinished(int action) { actionWhenFinished = action; }
+    // Also decides whether validation runs: for the validation results (18), and for the
+    // scheduled actions (6) when their validation or summary file is wanted.
+    void setActionWhenFinished(int action);
     const QStringList& getSoft404Array() const { return soft404Array; }
     KestConfigManager& configManager() const { return config; }
 
@@ -137,6 +139,22 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // time is not), and of each new crawl, which clears it.
     std::function<void(const LinkCheckerUrlPtr& page, bool isNew)> onSitePage;
     std::function<void()> onNewCrawl;
+
+    // ---- validation: the SEO collection's validator (src/analysis) joins here
+    void incNumberValidated(const LinkCheckerUrlPtr& record) {
+        if (onValidated)
+            onValidated(record);
+    }
+    // The validator has caught up with the collection; with the crawl over, the second stage of
+    // the finish follows on the next pass of the event loop.
+    void validationIsFinished();
+    void takeActionsFollowingValidationFinish();
+    std::function<void(const LinkCheckerUrlPtr&)> onValidated;
+    // Told of the end of the crawl (true) before its actions, and asked to start validation
+    // (action 5); the second stage's own work.
+    std::function<void(bool finished)> onCrawlFinishedChanged;
+    std::function<void()> onStartValidation;
+    std::function<void()> onValidationFinish;
 
     // Link intake: what happens to a fetched page and to every link on it.
     void extractLinks(const LinkCheckerUrlPtr& page);

@@ -242,6 +242,8 @@ class LinkCheckerUrl : public KestDataObject,
     int identifierOf(myNSURLConnection* connection) const;
     void appendBody(const QByteArray& bytes);
     void postIncNumberDoneAndThreadHasFinished();
+    void postIncNumberValidated(myNSURLConnection* connection);
+    std::optional<UrlRequest> validatorRedirect(myNSURLConnection* connection, const UrlRequest& request);
     void postThreadHasFinished();
     void finishRecheck(myNSURLConnection* connection);
     std::shared_ptr<LinkCheckerUrl> self() { return shared_from_this(); }
@@ -266,11 +268,14 @@ class LinkCheckerUrl : public KestDataObject,
     std::optional<QByteArray> data;
     std::optional<QByteArray> cacheData;
     std::optional<QByteArray> onPageData;
+    // The validator's own page, when its answer had no verdict in the headers.
+    std::optional<QByteArray> validatorBody;
     bool inProgress = false;
     int lastClickedOnPage = 0;
     bool listsHaveChanged = false;
     LinkCheckerHub* owner = nullptr;
     int numberOfRedirects = 0;
+    int validatorRedirects = 0;
     bool isHTML = true;
     bool isImage = false;
     bool startingPoint = false;

@@ -3,6 +3,7 @@
 #include "crawl/LinkCheckerHub.h"
 #include "crawl/LinkCheckerUrl.h"
 #include "crawl/UrlRules.h"
+#include "parsing/KestParser.h"
 
 #include <QtDebug>
 
@@ -41,6 +42,34 @@ void LinkCheckerUrl::postThreadHasFinished() {
     });
 }
 
+// The validator's verdict is in: the collection counts it, one pass later.
+void LinkCheckerUrl::postIncNumberValidated(myNSURLConnection* c) {
+    validatorBody.reset();
+    if (c)
+        c->cancel();
+    auto me = self();
+    owner->postToCrawl([me] { me->owner->incNumberValidated(me); });
+}
+
+// The validator answers its POST with a redirect to the GET form, which is followed. Its hops are
+// its own: the page's redirects, status and counts stay as the crawl left them, and a service
+// that redirects in a loop gives the page a verdict of that name.
+std::optional<UrlRequest> LinkCheckerUrl::validatorRedirect(myNSURLConnection* c, const UrlRequest& request) {
+    if (owner->tooManyRedirects(validatorRedirects)) {
+        qInfo().noquote() << QString("recurring redirect from the validator: %1").arg(getActualLinkUrl());
+        setValidatorStatus("recurring redirect");
+        postIncNumberValidated(c);
+        return std::nullopt;
+    }
+    ++validatorRedirects;
+    if (request.url.isEmpty()) {
+        setValidatorStatus("redirection to nowhere");
+        postIncNumberValidated(c);
+        return std::nullopt;
+    }
+    return request;
+}
+
 void LinkCheckerUrl::postIncNumberDoneAndThreadHasFinished() {
     auto me = self();
     owner->postToCrawl([me] {
@@ -52,6 +81,13 @@ void LinkCheckerUrl::postIncNumberDoneAndThreadHasFinished() {
 std::optional<UrlRequest>
 LinkCheckerUrl::connectionWillSendRequestRedirectResponse(myNSURLConnection* c, const UrlRequest& request,
                                                           const UrlResponse* redirect) {
+    if (identifierOf(c) == myNSURLConnection::validatorIdentifier) {
+        if (!redirect) {
+            validatorRedirects = 0;
+            return request;
+        }
+        return validatorRedirect(c, request);
+    }
     if (!redirect)
         return request;
     // The target keeps its host's letter case: as the Location writes it, or, for a target on
@@ -121,16 +157,9 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
     const int identifier = identifierOf(c);
     if (identifier == myNSURLConnection::highlightIdentifier)
         return;
-    if (identifier != myNSURLConnection::validatorIdentifier)
-        responseTimeInterval = getTimeSinceSent();
     const HeaderList headers = response.isHTTP ? response.headerFields : HeaderList();
-    if (isImage || identifier == myNSURLConnection::fullDownloadIdentifier)
-        setFileSizeCompressed(headerValue(headers, "Content-Length").toLongLong());
-    contentlengthunavailable = !hasHeader(headers, "Content-Length");
-    if (internal && owner->shouldLogModifiedDate() && !headers.isEmpty())
-        setTargetLastModified(QString::fromLatin1(headerValue(headers, "Last-Modified")));
-
     if (identifier == myNSURLConnection::validatorIdentifier) {
+        // The page's own facts (sizes, last modified) belong to its crawl answer, not to this one.
         for (const char* prefix : {"X-W3C-Validator-", "X-W3c-Validator-"}) {
             const QByteArray p(prefix);
             if (!hasHeader(headers, p + "Status"))
@@ -138,11 +167,19 @@ void LinkCheckerUrl::connectionDidReceiveResponse(myNSURLConnection* c, const Ur
             setValidatorStatus(QString::fromLatin1(headerValue(headers, p + "Status")));
             setValidatorWarnings(headerValue(headers, p + "Warnings").toInt());
             setValidatorErrors(headerValue(headers, p + "Errors").toInt());
-            c->cancel();
+            postIncNumberValidated(c);
             return;
         }
+        // No verdict in the headers: the page that came instead says by its title what it is.
+        validatorBody.emplace();
         return;
     }
+    responseTimeInterval = getTimeSinceSent();
+    if (isImage || identifier == myNSURLConnection::fullDownloadIdentifier)
+        setFileSizeCompressed(headerValue(headers, "Content-Length").toLongLong());
+    contentlengthunavailable = !hasHeader(headers, "Content-Length");
+    if (internal && owner->shouldLogModifiedDate() && !headers.isEmpty())
+        setTargetLastModified(QString::fromLatin1(headerValue(headers, "Last-Modified")));
 
     if (response.isHTTP && !beingRechecked && identifier == myNSURLConnection::crawlIdentifier &&
         owner->retryLater(self(), response)) {
@@ -194,6 +231,12 @@ void LinkCheckerUrl::connectionDidReceiveData(myNSURLConnection* c, const QByteA
     if (owner->stopPressed())
         return;
     const int identifier = identifierOf(c);
+    if (identifier == myNSURLConnection::validatorIdentifier) {
+        // Kept apart from the page's own bytes, which the language checks may still hold.
+        if (validatorBody)
+            validatorBody->append(bytes);
+        return;
+    }
     if (beingRechecked && identifier != myNSURLConnection::highlightIdentifier) {
         if (c)
             c->cancel();
@@ -222,17 +265,21 @@ void LinkCheckerUrl::connectionDidFinishLoading(myNSURLConnection* c) {
     if (!sentRequest || owner->stopPressed())
         return;
     const int identifier = identifierOf(c);
+    if (identifier == myNSURLConnection::validatorIdentifier) {
+        const QByteArray body = validatorBody.value_or(QByteArray(""));
+        auto parser =
+            KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
+                body, QString(), true, false, false, false, owner->getDetectedEncoding());
+        setValidatorStatus(parser ? parser->getTitle() : QString());
+        postIncNumberValidated(c);
+        return;
+    }
     auto me = self();
     if (identifier == myNSURLConnection::fullDownloadIdentifier || isImage) {
         loadTimeInterval = getTimeSinceSent() - getResponseTime();
         setFileSize(getData().size());
         if (contentlengthunavailable)
             setFileSizeCompressed(getData().size());
-    }
-    if (identifier == myNSURLConnection::validatorIdentifier) {
-        // The validator's answer without its headers: its page title says the verdict.
-        c->cancel();
-        return;
     }
     if (identifier == myNSURLConnection::highlightIdentifier) {
         postThreadHasFinished();
@@ -262,7 +309,7 @@ void LinkCheckerUrl::connectionDidFailWithError(myNSURLConnection* c, const UrlE
     }
     if (identifier == myNSURLConnection::validatorIdentifier) {
         setValidatorStatus(error.localizedDescription);
-        c->cancel();
+        postIncNumberValidated(c);
         return;
     }
     setStatus(error.localizedDescription);

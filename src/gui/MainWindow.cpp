@@ -7,6 +7,7 @@
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
 #include "gui/SitemapView.h"
+#include "gui/ValidatorView.h"
 #include "gui/WindowMemory.h"
 
 #include <QApplication>
@@ -46,7 +47,7 @@ const TaskInfo tasks[] = {
     {NewUIController::linksButton, "Check links", "Crawl the site and report every link and image.", true},
     {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", true},
     {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
-    {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", false},
+    {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", true},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
      false},
     {NewUIController::monitoringButton, "Monitors", "Watch single URLs and alert when they fail.", false},
@@ -116,6 +117,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsLayout->addWidget(results);
     sitemapView = new SitemapView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(sitemapView);
+    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences());
+    resultsLayout->addWidget(validatorView);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -191,6 +194,12 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         });
     };
     ui.onShowResults = [this](int action) {
+        // Validation asked for after the crawl: switched on and started, and its table shown.
+        if (action == 5) {
+            app.getPreferences().setValue("ValidationEnabled", true);
+            app.getSEOManager().kickOffValidation();
+            action = 18;
+        }
         results->newResults();
         sitemapView->reloadData();
         controller.displayResults(action);
@@ -587,6 +596,10 @@ void MainWindow::makeMenus() {
 
 void MainWindow::refresh() {
     const QString tab = controller.getSelectedTab();
+    // Step 5 shows the validator table for the validation task, the link views otherwise.
+    validatorView->setVisible(controller.getResultsView() == "validationResultsView");
+    if (results->parent() == resultsPage)
+        results->setVisible(!validatorView->isVisibleTo(resultsPage));
     const int index = tab.toInt() - 1;
     if (index >= 0 && index < pages->count() && pages->currentIndex() != index) {
         if (index == 1)

@@ -20,6 +20,7 @@ class QTableView;
 class QTreeView;
 class ResultsView;
 class SitemapView;
+class ValidatorView;
 class SettingsForm;
 class SiteListModel;
 
@@ -86,6 +87,7 @@ class MainWindow : public QMainWindow {
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
     SitemapView* sitemapView = nullptr;
+    ValidatorView* validatorView = nullptr;
     QMainWindow* resultsWindow = nullptr;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;

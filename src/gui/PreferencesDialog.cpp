@@ -1,5 +1,7 @@
 #include "gui/PreferencesDialog.h"
 
+#include "analysis/SEOManager.h"
+
 #include "config/Preferences.h"
 #include "config/UAStringManager.h"
 
@@ -8,6 +10,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QIntValidator>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -173,8 +176,22 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
     }
 
     QFormLayout* jobs = page(tabs, "Other jobs");
-    text(jobs, "validationURL",
-         "Validator address:", "The W3C Markup Validator service that checks your HTML.");
+    QLineEdit* validator =
+        text(jobs, "validationURL",
+             "Validator address:", "The W3C Markup Validator service that checks your HTML.");
+    auto* validatorChoices = new QHBoxLayout;
+    for (const auto& [title, url] : {std::pair{"Local", SEOManager::localValidatorUrl()},
+                                     std::pair{"W3C", SEOManager::publicValidatorUrl()}}) {
+        auto* button = new QPushButton(title);
+        button->setObjectName(QString("validator%1").arg(title));
+        validatorChoices->addWidget(button);
+        connect(button, &QPushButton::clicked, this, [this, validator, url] {
+            validator->setText(url);
+            preferences.setValue("validationURL", url);
+        });
+    }
+    validatorChoices->addStretch(1);
+    jobs->addRow("", validatorChoices);
     text(jobs, "validationdelay",
          "Seconds between validations:", "A pause between two pages sent to the validator.");
     text(jobs, "validationtimeout", "Validation time-out:", "How long to wait for the validator's answer.");

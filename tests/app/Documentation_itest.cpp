@@ -30,6 +30,7 @@ TEST(Documentation, NamesWhatTheHelpOffers) {
     const Case cases[] = {
         {{"--help"}, "^  ([a-z]+) "},
         {{"crawl", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
+        {{"validate", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"parse", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"sitemap", "--help-all"}, "^\\s+(?:-[a-z], )?(--[a-z0-9-]+)"},
         {{"sites", "--help"}, "(?:^  |, )([a-z][a-z-]+)(?= [A-Z]| {2})"},

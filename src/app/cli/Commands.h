@@ -10,3 +10,4 @@ int runSitesCommand(const QStringList& args);
 int runRunCommand(const QStringList& args);
 int runPrefsCommand(const QStringList& args);
 int runSitemapCommand(const QStringList& args);
+int runValidateCommand(const QStringList& args);

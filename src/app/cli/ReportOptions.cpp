@@ -35,7 +35,7 @@ QString linkReportText(const QString& kind, LinkCheckerHub& hub, const Preferenc
 }
 
 const QList<ReportKind>& allKinds() {
-    static const QList<ReportKind> kinds = linkReportKinds() + sitemapReportKinds();
+    static const QList<ReportKind> kinds = linkReportKinds() + sitemapReportKinds() + validationReportKinds();
     return kinds;
 }
 

@@ -27,6 +27,7 @@ struct ReportKind {
 // The kinds of each job, each from the job's own command file.
 QList<ReportKind> linkReportKinds();
 QList<ReportKind> sitemapReportKinds();
+QList<ReportKind> validationReportKinds();
 
 // The reports of the crawl commands: --report KIND=FILE (repeatable) and --bad-only.
 void addReportOptions(QCommandLineParser& parser);

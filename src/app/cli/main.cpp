@@ -14,6 +14,8 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "                             check a stored site, or the site of a settings file\n"
                     "  sitemap URL|PATH [options] crawl a site and write (and upload) its XML sitemap\n"
                     "  parse FILE|URL [options]   show what the page reader sees in one page\n"
+                    "  validate URL|PATH [options]\n"
+                    "                             check a site and its pages' HTML with a Markup Validator\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
                     "  prefs [SUBCOMMAND]         show and change the global preferences\n"
@@ -53,6 +55,8 @@ int main(int argc, char** argv) {
         return runRunCommand(args);
     if (command == "prefs")
         return runPrefsCommand(args);
+    if (command == "validate")
+        return runValidateCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
