@@ -26,6 +26,7 @@ void SEOManager::clear() {
     lfDataSource::clear();
     members.clear();
     stopPressedFlag = false;
+    clearSEOAndDuplicates();
 }
 
 void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {
