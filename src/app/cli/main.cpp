@@ -12,6 +12,7 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  crawl URL|PATH [options]   check a site and report its links\n"
                     "  crawl --site NAME | --settings FILE.lcsettings [options]\n"
                     "                             check a stored site, or the site of a settings file\n"
+                    "  seo URL|PATH [options]     list the pages of a site with their SEO metrics\n"
                     "  parse FILE|URL [options]   show what the page reader sees in one page\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
@@ -42,6 +43,8 @@ int main(int argc, char** argv) {
     const QString command = args.takeFirst();
     if (command == "crawl")
         return runCrawlCommand(args);
+    if (command == "seo")
+        return runSeoCommand(args);
     if (command == "parse")
         return runParseCommand(args);
     if (command == "sites")
