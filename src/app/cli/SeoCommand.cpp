@@ -154,6 +154,7 @@ QList<ReportKind> seoReportKinds() {
 
 int runSeoCommand(const QStringList& args) {
     static QString archiveDir;
+    static int filterTag = 0;
     CrawlJob job;
     job.name = "seo";
     job.description = "Crawls a site and lists its pages with their titles, descriptions, headings, word and "
@@ -172,7 +173,7 @@ int runSeoCommand(const QStringList& args) {
             bool known = false;
             for (const SEOManager::SEOFilterChoice& choice : SEOManager::seoFilterChoices())
                 if (name == choice.name) {
-                    context.seo.setHighlightSelector(choice.tag);
+                    filterTag = choice.tag;
                     known = true;
                 }
             if (!known) {
@@ -208,6 +209,8 @@ int runSeoCommand(const QStringList& args) {
     job.afterCrawl = [](CrawlContext& context, std::function<void()> done) {
         SEOManager& seo = context.seo;
         seo.updateStatusFields();
+        // A new crawl clears the filter choice, so it is made now.
+        seo.setHighlightSelector(filterTag);
         seo.setSEOSearchTerm(context.parser.value("keyword"));
         seo.SEOfilter();
         done();
