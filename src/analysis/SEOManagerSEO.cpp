@@ -163,9 +163,15 @@ void SEOManager::SEOfilter() {
         didClickSEOTableColumn(SEOSortKey, SEOSortAscending);
         return;
     }
-    sortArray = SEOSortArray;
-    sortByColumnAscendingWithOptions("totalocurrences", false, 1);
-    SEOSortArray = sortArray;
+    // The order of the numeric sort, descending, in which the later of two equal records comes
+    // first; sorting the reversed list stably gives it without the insertion walk, which on a
+    // large site of equal counts is quadratic.
+    std::vector<ItemPtr> byTotal(collection.rbegin(), collection.rend());
+    std::stable_sort(byTotal.begin(), byTotal.end(), [](const ItemPtr& a, const ItemPtr& b) {
+        return a->getTotalOccurrences() > b->getTotalOccurrences();
+    });
+    sortArray = byTotal;
+    SEOSortArray = std::move(byTotal);
 }
 
 void SEOManager::didClickSEOTableColumn(const QString& key, bool ascending) {

@@ -11,7 +11,7 @@
 
 void LinkCheckerHub::archivePage(const LinkCheckerUrlPtr& page) {
     if (page)
-        PageArchive::archivePage(page->getActualLinkUrl(), page->getData());
+        PageArchive::archivePageInBackground(page->getActualLinkUrl(), page->getData());
 }
 
 void LinkCheckerHub::clearArchiveFolder() {
@@ -19,6 +19,7 @@ void LinkCheckerHub::clearArchiveFolder() {
 }
 
 void LinkCheckerHub::saveArchive() {
+    PageArchive::waitForArchiveWrites();
     if (!QFileInfo(PageArchive::folderPath()).isDir())
         return;
     const QString folder = ui.chooseFolder("Archive pages", "Choose");

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QThreadPool>
 #include <QUrl>
 #include <QtDebug>
 
@@ -39,7 +40,33 @@ bool archivePage(const QString& actualUrl, const QByteArray& data) {
     return false;
 }
 
+namespace {
+
+QThreadPool& writer() {
+    static QThreadPool* pool = [] {
+        auto* p = new QThreadPool;
+        // One thread: two pages of one name (the same path on two hosts) keep their order.
+        p->setMaxThreadCount(1);
+        p->setExpiryTimeout(-1);
+        return p;
+    }();
+    return *pool;
+}
+
+} // namespace
+
+void archivePageInBackground(const QString& actualUrl, const QByteArray& data) {
+    if (data.size() < 2)
+        return;
+    writer().start([actualUrl, data] { archivePage(actualUrl, data); });
+}
+
+void waitForArchiveWrites() {
+    writer().waitForDone();
+}
+
 void clearArchiveFolder() {
+    waitForArchiveWrites();
     SiteStore::createStoreIfMissing();
     QDir folder(folderPath());
     if (folder.exists() && !folder.removeRecursively())
@@ -47,6 +74,7 @@ void clearArchiveFolder() {
 }
 
 bool copyArchiveTo(const QString& destination, QString* copiedTo) {
+    waitForArchiveWrites();
     const QDir source(folderPath());
     if (!QFileInfo(SiteStore::storePath()).isDir() || !source.exists())
         return true;
@@ -63,9 +91,12 @@ bool copyArchiveTo(const QString& destination, QString* copiedTo) {
 }
 
 std::optional<QString> archivedText(const QString& actualUrl) {
-    if (!QFileInfo(SiteStore::storePath()).isDir() || !QFileInfo(folderPath()).isDir())
+    waitForArchiveWrites();
+    // The folder inside the store: where it stands, so does the store.
+    const QString folder = folderPath();
+    if (!QFileInfo(folder).isDir())
         return std::nullopt;
-    const QString path = folderPath() + "/" + fileNameForUrl(actualUrl);
+    const QString path = folder + "/" + fileNameForUrl(actualUrl);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         qInfo().noquote() << QString("no archive file at %1").arg(path);

@@ -17,6 +17,11 @@ QString fileNameForUrl(const QString& actualUrl);
 // Stores a page's bytes as received; fewer than two bytes are not worth a file. False (and a log
 // line) when the file could not be written.
 bool archivePage(const QString& actualUrl, const QByteArray& data);
+// The same on a writing thread of its own, in the order given, so that the crawl's event loop
+// does not wait for the disk; the readers below and the folder's removal and copy wait for the
+// writes handed over before them.
+void archivePageInBackground(const QString& actualUrl, const QByteArray& data);
+void waitForArchiveWrites();
 // Removes the folder with everything in it, creating the store first if missing.
 void clearArchiveFolder();
 // Copies the folder to "Kestrelia archived pages yyyyMMddHHmm" inside destination. Nothing to copy

@@ -86,6 +86,7 @@ TEST_F(SEOCrawl, PagesCountersCopiesAndBadTitles) {
 TEST_F(SEOCrawl, ArchiveHoldsTheBytesAndCountsTheText) {
     crawl.preferences.setValue("SEOCountKeywordsInContent", true);
     run();
+    PageArchive::waitForArchiveWrites();
     const QString name = PageArchive::fileNameForUrl(site().url("/a"));
     QFile file(PageArchive::folderPath() + "/" + name);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
