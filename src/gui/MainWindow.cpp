@@ -4,6 +4,7 @@
 #include "gui/ItemModels.h"
 #include "gui/PreferencesDialog.h"
 #include "gui/ResultsView.h"
+#include "gui/SEOTable.h"
 #include "gui/SettingsForm.h"
 
 #include <QApplication>
@@ -42,7 +43,7 @@ struct TaskInfo {
 const TaskInfo tasks[] = {
     {NewUIController::linksButton, "Check links", "Crawl the site and report every link and image.", true},
     {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", false},
-    {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
+    {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", true},
     {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", false},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
      false},
@@ -111,6 +112,9 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
     resultsLayout->addWidget(results);
+    seoTable = new SEOTable(app.getSEOManager(), app.getPreferences(), ui);
+    seoTable->hide();
+    resultsLayout->addWidget(seoTable);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -584,6 +588,10 @@ void MainWindow::refresh() {
         const QSignalBlocker blocker(stepBar);
         stepBar->setCurrentRow(index);
     }
+    // Step 5 shows the table of the task that ran.
+    const bool seoResults = controller.getResultsView() == "seoResultsView";
+    results->setVisible(!seoResults);
+    seoTable->setVisible(seoResults);
     setWindowTitle(controller.getWindowTitle());
     stepHeading->setText(controller.getWindowTitle());
     previousButton->setEnabled(controller.previousButtonEnabled);

@@ -19,6 +19,7 @@ class QTableView;
 class QTreeView;
 class ResultsView;
 class SettingsForm;
+class SEOTable;
 class SiteListModel;
 
 // The main window: a step bar on the left, the five steps on the right, Previous and Next
@@ -40,6 +41,7 @@ class MainWindow : public QMainWindow {
     NewUIController& uiController() { return controller; }
     QtUserInterface& userInterface() { return ui; }
     ResultsView& resultsView() { return *results; }
+    SEOTable& seoResultsView() { return *seoTable; }
     SettingsForm& settingsForm() { return *settings; }
     QTableView* siteTable() const { return sitesTable; }
 
@@ -81,6 +83,7 @@ class MainWindow : public QMainWindow {
     QTableView* sitesTable = nullptr;
     QLineEdit* sitesSearch = nullptr;
     SettingsForm* settings = nullptr;
+    SEOTable* seoTable = nullptr;
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
     QMainWindow* resultsWindow = nullptr;
