@@ -40,10 +40,10 @@ for pages in "${@:-2000 20000}"; do
   pids+=("$(bash "$shared/serve.sh" "$site" "$port" "$ext")")
   start=http://127.0.0.1:$port/
   total=$(python3 -c "import json;print(json.load(open('$site/site.json'))['pages'])")
-  measure "trellium crawl --threads 12" "$total" "$trellium" crawl "$start" --threads 12 -q
-  measure "trellium seo --threads 12" "$total" "$trellium" seo "$start" --threads 12 -q
-  grep -a 'page(s) included' "$work/out" | tail -n 1 >&2
+  measure "trellium crawl --threads 12" "$total" "$trellium" crawl "$start" --threads 12 --quiet
+  measure "trellium seo --threads 12" "$total" "$trellium" seo "$start" --threads 12 --quiet
+  grep -a 'page(s) included' "$work/out" | tail -n 1 >&2 || true
   measure "trellium seo --keyword --in-content" "$total" \
-    "$trellium" seo "$start" --threads 12 -q --keyword garden --in-content
+    "$trellium" seo "$start" --threads 12 --quiet --keyword garden --in-content
   port=$((port + 1))
 done

@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl seo parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl)
+    crawl|seo)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -43,7 +43,8 @@ _trellium() {
             COMPREPLY=($(compgen -W "text json markdown junit" -- "$cur"))
             return ;;
         --report)
-            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html"
+            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
+                seo-csv seo-html seo-report seo-bad duplicates-csv"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -67,9 +68,17 @@ _trellium() {
         --retry-on)
             COMPREPLY=($(compgen -W "429,5xx" -- "$cur"))
             return ;;
+        --filter)
+            COMPREPLY=($(compgen -W "all no-title no-description copies duplicate-titles nofollow
+                too-many-links description-length" -- "$cur"))
+            return ;;
+        --archive)
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -d -- "$cur"))
+            return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
-        --exclude|--include|--max-redirects)
+        --exclude|--include|--max-redirects|--keyword)
             return ;;
         esac
         if [[ $cur == -* ]]; then
@@ -80,6 +89,8 @@ _trellium() {
                 --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
                 --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
                 --check-anchors --exclude --include --check-resources" -- "$cur"))
+            [[ $command == seo ]] &&
+                COMPREPLY+=($(compgen -W "--keyword --in-content --filter --archive" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
