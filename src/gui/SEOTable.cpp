@@ -24,6 +24,19 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+namespace {
+
+// A tool button that opens its menu; the menu is given back to be filled.
+std::pair<QToolButton*, QMenu*> menuButton(const char* name, const char* text) {
+    auto* button = new QToolButton;
+    button->setObjectName(name);
+    button->setText(text);
+    button->setPopupMode(QToolButton::InstantPopup);
+    return {button, new QMenu(button)};
+}
+
+} // namespace
+
 // ---------------------------------------------------------------- the model
 
 SEOTableModel::SEOTableModel(SEOManager& seo_, const Preferences& preferences_, QObject* parent)
@@ -147,11 +160,15 @@ void SEOTable::reload() {
     seo.updateStatusFields();
     seo.SEOfilter();
     rows.reload();
+    const QList<TableColumn> columns = SEOManager::seoTableView(preferences).tableColumns;
+    for (int c = 0; c < columns.size(); ++c)
+        view->setColumnWidth(c, int(columns[c].width));
     const SEOManager::SEOStatusCounts& c = seo.getSEOStatusCounts();
     auto coloured = [this](int count, int constantAbove) {
         const LabelColour colour =
             KestLabelColours::labelColorForConstant(count > 0 ? constantAbove : 1, preferences);
-        return QString("<span style=\"color:rgb(%1,%2,%3)\">%4</span>")
+        // The status colours are light backgrounds, as in the link tables' rows.
+        return QString("<span style=\"background-color:rgb(%1,%2,%3)\">&nbsp;%4&nbsp;</span>")
             .arg(int(colour.red * 255))
             .arg(int(colour.green * 255))
             .arg(int(colour.blue * 255))
@@ -238,11 +255,7 @@ void SEOTable::showInspector() {
 }
 
 QWidget* SEOTable::makeColumnButton() {
-    auto* button = new QToolButton;
-    button->setObjectName("SEOColumns");
-    button->setText("Columns");
-    button->setPopupMode(QToolButton::InstantPopup);
-    auto* menu = new QMenu(button);
+    auto [button, menu] = menuButton("SEOColumns", "Columns");
     for (const SEOManager::SEOColumn& column : SEOManager::optionalSEOColumns()) {
         QAction* action = menu->addAction(column.title);
         action->setCheckable(true);
@@ -258,11 +271,7 @@ QWidget* SEOTable::makeColumnButton() {
 }
 
 QWidget* SEOTable::makeExportButton() {
-    auto* button = new QToolButton;
-    button->setObjectName("SEOExport");
-    button->setText("Export");
-    button->setPopupMode(QToolButton::InstantPopup);
-    auto* menu = new QMenu(button);
+    auto [button, menu] = menuButton("SEOExport", "Export");
     connect(menu->addAction("Export SEO as CSV…"), &QAction::triggered, this,
             [this] { seo.exportSEOAsCSV(ui); });
     connect(menu->addAction("Export SEO as HTML…"), &QAction::triggered, this,

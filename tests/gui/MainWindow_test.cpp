@@ -282,6 +282,13 @@ TEST_F(MainWindowTest, SEOTaskShowsPagesWithoutDescription) {
     settle();
     EXPECT_TRUE(find<QLabel>(seo, "SEOCounters")->text().contains(QString("%1 shown").arg(urls().size())));
     filter->setCurrentIndex(0);
+    settle();
+    // The picture of the SEO table beside the other steps' (see the test Screenshots).
+    const QString folder = QCoreApplication::applicationDirPath() + "/screenshots";
+    QDir().mkpath(folder);
+    window->resize(1100, 700);
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step5-seo.png"));
     typeInto(find<QLineEdit>(seo, "SEOSearchBox"), "contact");
     EXPECT_EQ(urls(), QStringList({"contact.html"}));
     EXPECT_EQ(seo.table()->model()->index(0, 1).data().toString(), "(1) Contact");
