@@ -11,6 +11,7 @@
 #include <QThreadPool>
 #include <QUrl>
 #include <QtDebug>
+#include <atomic>
 
 namespace PageArchive {
 
@@ -58,7 +59,20 @@ QThreadPool& writer() {
 void archivePageInBackground(const QString& actualUrl, const QByteArray& data) {
     if (data.size() < 2)
         return;
-    writer().start([actualUrl, data] { archivePage(actualUrl, data); });
+    // Pages wait in memory while the disk is slower than the crawl; past a bound the crawl writes
+    // its page itself, after the ones already queued, and so slows to the disk's pace.
+    static std::atomic<qint64> queuedBytes = 0;
+    constexpr qint64 bound = 32 * 1024 * 1024;
+    if (queuedBytes.load() > bound) {
+        writer().waitForDone();
+        archivePage(actualUrl, data);
+        return;
+    }
+    queuedBytes += data.size();
+    writer().start([actualUrl, data] {
+        archivePage(actualUrl, data);
+        queuedBytes -= data.size();
+    });
 }
 
 void waitForArchiveWrites() {
