@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl sitemap validate parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl sitemap validate seo parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl|sitemap|validate)
+    crawl|sitemap|validate|seo)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -44,7 +44,8 @@ _trellium() {
             return ;;
         --report)
             local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
-                sitemap-csv sitemap-html sitemap-tree-html validation-csv validation-html validation-report validation-bad"
+                sitemap-csv sitemap-html sitemap-tree-html validation-csv validation-html validation-report validation-bad
+                seo-csv seo-html seo-report seo-bad duplicates-csv"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -78,7 +79,15 @@ _trellium() {
             return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
-        --exclude|--include|--max-redirects|--validation-delay|--validation-timeout)
+        --exclude|--include|--max-redirects|--validation-delay|--validation-timeout|--keyword)
+            return ;;
+        --filter)
+            COMPREPLY=($(compgen -W "all no-title no-description copies duplicate-titles nofollow
+                too-many-links description-length" -- "$cur"))
+            return ;;
+        --archive)
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -d -- "$cur"))
             return ;;
         --validator)
             COMPREPLY=($(compgen -W "local w3c" -- "$cur"))
@@ -95,6 +104,8 @@ _trellium() {
                 --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
                 --check-anchors --exclude --include --check-resources
                 $([[ $command == validate ]] && echo --validator --validation-delay --validation-timeout)" -- "$cur"))
+            [[ $command == seo ]] &&
+                COMPREPLY+=($(compgen -W "--keyword --in-content --filter --archive" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))

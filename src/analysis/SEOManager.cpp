@@ -32,6 +32,7 @@ void SEOManager::clear() {
     stopPressedFlag = false;
     clearSitemapCollection();
     resetValidation();
+    clearSEOAndDuplicates();
 }
 
 void SEOManager::pageFromCrawl(const LinkCheckerUrlPtr& page, bool isNew) {

@@ -235,6 +235,12 @@ Preferences::Preferences() {
                            name == "LorraneByLinkViewColsLinkurl" || name == "LorraneByLinkViewColsOnPage";
         values.insert(key, shown);
     }
+    // The SEO table's columns that exist unless switched off.
+    for (const char* key :
+         {"TrelliumSEOViewColsResponseTime", "TrelliumSEOViewColsLinkCount", "TrelliumSEOViewColsWordCount",
+          "TrelliumSEOViewColsContent", "TrelliumSEOViewColsBacklinks", "TrelliumSEOViewColsLastModified",
+          "TrelliumSEOViewColsRobots"})
+        values.insert(key, true);
 }
 
 QString Preferences::storeFilePath() {

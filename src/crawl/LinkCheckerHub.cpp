@@ -387,8 +387,6 @@ void LinkCheckerHub::takeActionsFollowingValidationFinish() {
         onValidationFinish();
 }
 
-void LinkCheckerHub::archivePage(const LinkCheckerUrlPtr&) {}
-
 void LinkCheckerHub::highlightBadLinksInSelectedPage(const LinkCheckerUrlPtr&) {}
 
 // ---------------------------------------------------------------- one request
@@ -614,7 +612,8 @@ bool LinkCheckerHub::shouldFlagBlacklisted() const {
     return preferences.boolValue(u"flagBlacklisted"_s);
 }
 bool LinkCheckerHub::shouldLogModifiedDate() const {
-    return preferences.boolValue(u"includelastmodinsitemap"_s);
+    return preferences.boolValue(u"includelastmodinsitemap"_s) ||
+           preferences.boolValue(u"TrelliumSEOViewColsLastModified"_s);
 }
 bool LinkCheckerHub::shouldPerformSoft404Check() const {
     return preferences.boolValue(u"soft404Button"_s);

@@ -191,9 +191,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     // Collaborators that join with later work: each is named for the call it stands for.
     void doReport(bool onThisThread);
     void takeAction(int action);
-    void saveArchive() {}
+    void saveArchive();
     void clearTempFolder() {}
-    void clearArchiveFolder() {}
+    void clearArchiveFolder();
     void readRobotsTxt();
     void detectEncoding(const QString& url);
     void applyDirectoryLimit(const QUrl& url);

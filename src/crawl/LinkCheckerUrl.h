@@ -221,8 +221,19 @@ class LinkCheckerUrl : public KestDataObject,
     void setValidatorWarnings(int v) { validatorWarnings = v; }
     void setResponseTime(double v) { responseTimeInterval = v; }
     bool getContentLengthUnavailable() const { return contentlengthunavailable; }
+    int getTotalOccurrences() const { return totalOcurrences; }
     int getTotalOcurrences() const { return totalOcurrences; }
     int getOcurrencesInArchive() const { return ocurrencesInArchive; }
+    int getOcurrencesInUrl() const { return ocurrencesInUrl; }
+    int getOcurrencesInTitle() const { return ocurrencesInTitle; }
+    int getOcurrencesInDescription() const { return ocurrencesInDescription; }
+    int getOcurrencesInKeywords() const { return ocurrencesInKeywords; }
+    int getOcurrencesInHeadings() const { return ocurrencesInHeadings; }
+    // The keyword search of the SEO table (LinkCheckerUrlSEO.cpp): sets the counters above for
+    // one term and answers whether it was found anywhere.
+    bool countSEOTerm(const QString& term);
+    int countOcurrencesOfStringInArchive(const QString& term) const;
+    bool archiveContainsOneOfTheseTerms(const QStringList& terms) const;
     bool getRunJS() const { return runJS.has_value(); }
     void setRunJS(const UrlRequest& request) { runJS = request; }
     LinkCheckerHub* getOwner() const { return owner; }

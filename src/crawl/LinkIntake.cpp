@@ -189,7 +189,8 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
     auto parser =
         KestParser::initWithDataWithuserAgentStringWithSEOCachePageCheckNoIndexCheckNofollowUseEncoding(
             page->getData(), userAgent(), preferences.boolValue(u"SEOEnabledCheckBox"_s), shouldArchive(),
-            preferences.boolValue(u"checkRobots"_s), checkNofollow, getDetectedEncoding());
+            preferences.boolValue(u"checkRobots"_s) || preferences.boolValue(u"TrelliumSEOViewColsRobots"_s),
+            checkNofollow, getDetectedEncoding());
     // A page with no body at all makes no reader; each question to it then has the empty
     // answer, so such a page has no links and counts as not to be indexed.
     page->setHeadContainsNoFollow(parser && parser->getHeadContainsNoFollow());

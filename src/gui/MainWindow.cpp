@@ -5,6 +5,7 @@
 #include "gui/PreferencesDialog.h"
 #include "gui/ProgressPage.h"
 #include "gui/ResultsView.h"
+#include "gui/SEOTable.h"
 #include "gui/SettingsForm.h"
 #include "gui/SitemapView.h"
 #include "gui/ValidatorView.h"
@@ -46,7 +47,7 @@ struct TaskInfo {
 const TaskInfo tasks[] = {
     {NewUIController::linksButton, "Check links", "Crawl the site and report every link and image.", true},
     {NewUIController::sitemapButton, "XML sitemap", "Make a sitemap of the pages found.", true},
-    {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", false},
+    {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", true},
     {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", true},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
      false},
@@ -119,6 +120,9 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsLayout->addWidget(sitemapView);
     validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences());
     resultsLayout->addWidget(validatorView);
+    seoTable = new SEOTable(app.getSEOManager(), app.getPreferences(), ui);
+    seoTable->hide();
+    resultsLayout->addWidget(seoTable);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -610,6 +614,10 @@ void MainWindow::refresh() {
         const QSignalBlocker blocker(stepBar);
         stepBar->setCurrentRow(index);
     }
+    // Step 5 shows the table of the task that ran.
+    const bool seoResults = controller.getResultsView() == "seoResultsView";
+    results->setVisible(!seoResults);
+    seoTable->setVisible(seoResults);
     setWindowTitle(controller.getWindowTitle());
     stepHeading->setText(controller.getWindowTitle());
     results->setVisible(controller.getResultsView() != "sitemapResultsView");

@@ -22,6 +22,7 @@ class ResultsView;
 class SitemapView;
 class ValidatorView;
 class SettingsForm;
+class SEOTable;
 class SiteListModel;
 
 // The main window: a step bar on the left, the five steps on the right, Previous and Next
@@ -43,6 +44,7 @@ class MainWindow : public QMainWindow {
     NewUIController& uiController() { return controller; }
     QtUserInterface& userInterface() { return ui; }
     ResultsView& resultsView() { return *results; }
+    SEOTable& seoResultsView() { return *seoTable; }
     SettingsForm& settingsForm() { return *settings; }
     QTableView* siteTable() const { return sitesTable; }
 
@@ -84,6 +86,7 @@ class MainWindow : public QMainWindow {
     QTableView* sitesTable = nullptr;
     QLineEdit* sitesSearch = nullptr;
     SettingsForm* settings = nullptr;
+    SEOTable* seoTable = nullptr;
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
     SitemapView* sitemapView = nullptr;

@@ -24,6 +24,7 @@ class QtUserInterface : public QObject, public UserInterface {
     QString chooseOpenFile(const QString& title) override;
     // A folder, for the prompts that ask for one.
     QString chooseFolder(const QString& title);
+    QString chooseFolder(const QString& title, const QString&) override { return chooseFolder(title); }
 
     void progress(qint64 done, qint64 total, const QString& line) override;
     void progressPicture(int) override {}

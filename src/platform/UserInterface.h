@@ -14,6 +14,8 @@ class UserInterface {
     // File choice; an empty result means the person cancelled.
     virtual QString chooseSaveFile(const QString& title, const QString& suggestedName) = 0;
     virtual QString chooseOpenFile(const QString& title) = 0;
+    // A folder to write into; with no one to ask, none.
+    virtual QString chooseFolder(const QString& /*title*/, const QString& /*prompt*/) { return QString(); }
 
     // Crawl progress: records with a status of all records, and the line that says so.
     virtual void progress(qint64 done, qint64 total, const QString& line) = 0;

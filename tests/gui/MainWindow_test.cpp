@@ -3,6 +3,7 @@
 #include "gui/ItemModels.h"
 #include "gui/MainWindow.h"
 #include "gui/ResultsView.h"
+#include "gui/SEOTable.h"
 #include "gui/SettingsForm.h"
 #include "gui/SingleInstance.h"
 #include "platform/Plist.h"
@@ -12,6 +13,7 @@
 #include "support/QtPrinting.h"
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDateTime>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -183,9 +185,10 @@ TEST_F(MainWindowTest, FiveStepsFromNewSiteToExport) {
     EXPECT_EQ(saved.value("checkImages").toString(), "YES");
     EXPECT_EQ(saved.value("checkBlacklist").toString(), "/private/");
 
-    // Only the links job has landed; the others are there but off.
+    // The jobs that have landed are on; the others are there but off.
     EXPECT_TRUE(button(QString("task%1").arg(int(NewUIController::linksButton)))->isEnabled());
-    EXPECT_FALSE(button(QString("task%1").arg(int(NewUIController::SEOButton)))->isEnabled());
+    EXPECT_TRUE(button(QString("task%1").arg(int(NewUIController::SEOButton)))->isEnabled());
+    EXPECT_FALSE(button(QString("task%1").arg(int(NewUIController::orphanButton)))->isEnabled());
 
     runLinksTask();
     EXPECT_EQ(window->windowTitle(), "Demo : links");
@@ -245,6 +248,50 @@ TEST_F(MainWindowTest, FiveStepsFromNewSiteToExport) {
     settle();
     EXPECT_EQ(controller().getSelectedTab(), "5");
     EXPECT_EQ(server.requests().size(), requests);
+}
+
+// The SEO task fills its table; a page without a description is found there by its filter and
+// not by the filter of missing titles, and a keyword narrows the table to the pages that hold it.
+TEST_F(MainWindowTest, SEOTaskShowsPagesWithoutDescription) {
+    startWindow();
+    createSite(server.url("/"), "Shop");
+    button("nextButton")->click();
+    button("nextButton")->click();
+    ASSERT_EQ(controller().getSelectedTab(), "3");
+    button(QString("task%1").arg(int(NewUIController::SEOButton)))->click();
+    ASSERT_TRUE(waitFor([&] { return controller().getSelectedTab() == "5"; }));
+    settle();
+    SEOTable& seo = window->seoResultsView();
+    ASSERT_TRUE(seo.isVisible());
+    EXPECT_FALSE(window->resultsView().isVisible());
+    auto urls = [&] {
+        QStringList out;
+        for (int r = 0; r < seo.table()->model()->rowCount(); ++r)
+            out << seo.table()->model()->index(r, 0).data().toString().section('/', 3);
+        return out;
+    };
+    EXPECT_GE(urls().size(), 5);
+    auto* filter = find<QComboBox>(seo, "highlightSelector");
+    filter->setCurrentIndex(filter->findData(7));
+    settle();
+    EXPECT_TRUE(urls().contains("about.html"));
+    filter->setCurrentIndex(filter->findData(1));
+    settle();
+    EXPECT_FALSE(urls().contains("about.html")) << "it has a title";
+    filter->setCurrentIndex(filter->findData(7));
+    settle();
+    EXPECT_TRUE(find<QLabel>(seo, "SEOCounters")->text().contains(QString("%1 shown").arg(urls().size())));
+    filter->setCurrentIndex(0);
+    settle();
+    // The picture of the SEO table beside the other steps' (see the test Screenshots).
+    const QString folder = QCoreApplication::applicationDirPath() + "/screenshots";
+    QDir().mkpath(folder);
+    window->resize(1100, 700);
+    settle();
+    EXPECT_TRUE(window->grab().save(folder + "/step5-seo.png"));
+    typeInto(find<QLineEdit>(seo, "SEOSearchBox"), "contact");
+    EXPECT_EQ(urls(), QStringList({"contact.html"}));
+    EXPECT_EQ(seo.table()->model()->index(0, 1).data().toString(), "(1) Contact");
 }
 
 // A start that fails shows its alert and goes back to the tasks.

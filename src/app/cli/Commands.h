@@ -11,3 +11,4 @@ int runRunCommand(const QStringList& args);
 int runPrefsCommand(const QStringList& args);
 int runSitemapCommand(const QStringList& args);
 int runValidateCommand(const QStringList& args);
+int runSeoCommand(const QStringList& args);

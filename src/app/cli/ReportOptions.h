@@ -28,6 +28,7 @@ struct ReportKind {
 QList<ReportKind> linkReportKinds();
 QList<ReportKind> sitemapReportKinds();
 QList<ReportKind> validationReportKinds();
+QList<ReportKind> seoReportKinds();
 
 // The reports of the crawl commands: --report KIND=FILE (repeatable) and --bad-only.
 void addReportOptions(QCommandLineParser& parser);

@@ -13,6 +13,7 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  crawl --site NAME | --settings FILE.lcsettings [options]\n"
                     "                             check a stored site, or the site of a settings file\n"
                     "  sitemap URL|PATH [options] crawl a site and write (and upload) its XML sitemap\n"
+                    "  seo URL|PATH [options]     list the pages of a site with their SEO metrics\n"
                     "  parse FILE|URL [options]   show what the page reader sees in one page\n"
                     "  validate URL|PATH [options]\n"
                     "                             check a site and its pages' HTML with a Markup Validator\n"
@@ -47,6 +48,8 @@ int main(int argc, char** argv) {
         return runCrawlCommand(args);
     if (command == "sitemap")
         return runSitemapCommand(args);
+    if (command == "seo")
+        return runSeoCommand(args);
     if (command == "parse")
         return runParseCommand(args);
     if (command == "sites")
