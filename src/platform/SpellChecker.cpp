@@ -259,13 +259,9 @@ QString SpellChecker::personalWordListPath() {
 }
 
 void SpellChecker::reloadPersonalWordsIfChanged() {
-    // Called with the lock held. Another process may learn a word at any time; a look at the
-    // file at most once a second keeps a page's thousands of words from asking each time.
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    // Called with the lock held. Another process may learn a word at any time: a look at the
+    // file's stamp at each check, which is once a page or once a misspelling, not once a word.
     const QString path = personalWordListPath();
-    if (personalWordsLoaded && now - lastPersonalCheck < 1000 && path == personalWordsPath)
-        return;
-    lastPersonalCheck = now;
     if (path != personalWordsPath)
         personalWordsLoaded = false;
     personalWordsPath = path;

@@ -93,6 +93,5 @@ class SpellChecker {
     QString personalWordsPath;
     QDateTime personalWordsStamp;
     qint64 personalWordsSize = -1;
-    qint64 lastPersonalCheck = 0;
     bool personalWordsLoaded = false;
 };

@@ -47,6 +47,10 @@ TEST(TextContent, KeepsAndDropsTheRightWords) {
          "<body>caf&eacute; &amp; tea</body>",
          {QString::fromUtf8("café & tea")},
          {"&amp;"}},
+        // The byte right behind the head is not bracket-tracked, so a tag there shows its name,
+        // as it counts as a word.
+        {"a tag right behind the head", "<html><head></head><body>x</body></html>", {"body"}, {"<", ">"}},
+        {"a tag after a gap behind the head", "<html><head></head> <body>x</body></html>", {"x"}, {"body"}},
         {"head text is not page text",
          "<html><head><title>Titled</title></head><body>x</body></html>",
          {"x"},
