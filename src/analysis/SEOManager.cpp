@@ -18,11 +18,13 @@ SEOManager::~SEOManager() {
 void SEOManager::add(const LinkCheckerUrlPtr& page) {
     if (!page || members.contains(page.get()))
         return;
+    clearSpellingCollection();
     lfDataSource::add(page);
     members.insert(page.get());
 }
 
 void SEOManager::clear() {
+    clearSpellingCollection();
     lfDataSource::clear();
     members.clear();
     stopPressedFlag = false;
