@@ -18,8 +18,8 @@ struct Review : testing::Test {
         dialogue.onBeep = [this] { ++beeps; };
     }
     void open(const QByteArray& body) {
-        // No head, so the text is the body's alone, from its first character.
-        dialogue.showForPageData("http://example.org/", "<p>" + body + "</p>", 4);
+        dialogue.showForPageData("http://example.org/",
+                                 "<html><head></head>\n<body><p>" + body + "</p></body></html>", 4);
     }
     QString marked() const {
         const auto& e = dialogue.extractField();
