@@ -9,3 +9,4 @@ int runParseCommand(const QStringList& args);
 int runSitesCommand(const QStringList& args);
 int runRunCommand(const QStringList& args);
 int runPrefsCommand(const QStringList& args);
+int runSpellingCommand(const QStringList& args);

@@ -35,7 +35,7 @@ QString linkReportText(const QString& kind, LinkCheckerHub& hub, const Preferenc
 }
 
 const QList<ReportKind>& allKinds() {
-    static const QList<ReportKind> kinds = linkReportKinds();
+    static const QList<ReportKind> kinds = linkReportKinds() + spellingReportKinds();
     return kinds;
 }
 

@@ -26,6 +26,7 @@ struct ReportKind {
 
 // The kinds of each job, each from the job's own command file.
 QList<ReportKind> linkReportKinds();
+QList<ReportKind> spellingReportKinds();
 
 // The reports of the crawl commands: --report KIND=FILE (repeatable) and --bad-only.
 void addReportOptions(QCommandLineParser& parser);
