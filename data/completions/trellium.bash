@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl parse sites run prefs spelling --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl)
+    crawl|spelling)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -43,7 +43,8 @@ _trellium() {
             COMPREPLY=($(compgen -W "text json markdown junit" -- "$cur"))
             return ;;
         --report)
-            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html"
+            local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
+                spelling-csv spelling-html spelling-report spelling-bad"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -69,7 +70,10 @@ _trellium() {
             return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
-        --exclude|--include|--max-redirects)
+        --exclude|--include|--max-redirects|--learn)
+            return ;;
+        --language)
+            COMPREPLY=($(compgen -W "$(ls /usr/share/hunspell 2>/dev/null | sed -n 's/\.dic$//p')" -- "$cur"))
             return ;;
         esac
         if [[ $cur == -* ]]; then
@@ -80,6 +84,9 @@ _trellium() {
                 --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
                 --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
                 --check-anchors --exclude --include --check-resources" -- "$cur"))
+            # The spelling job's own options.
+            [[ $command == spelling ]] &&
+                COMPREPLY+=($(compgen -W "--language --grammar --details --learn" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
