@@ -5,6 +5,7 @@
 #include "gui/PreferencesDialog.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
+#include "gui/SpellingView.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -107,6 +108,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     pages = new QStackedWidget;
     settings = new SettingsForm(app.getConfigManager(), controller);
     results = new ResultsView(app.getHub(), app.getPreferences(), ui);
+    results->addSubView(new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences()),
+                        "Spelling");
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);

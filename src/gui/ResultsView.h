@@ -27,6 +27,8 @@ class ResultsView : public QWidget {
 
     // Reloads the three views; while a crawl runs they wait for it to stop or end.
     void reloadData(bool whateverTheCrawl = false);
+    // A further view of the results (the spelling table) as a tab beside the link views.
+    void addSubView(QWidget* view, const QString& title);
     // A new crawl starts unfiltered.
     void resetFilter();
     void filter();
