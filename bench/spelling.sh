@@ -21,7 +21,7 @@ cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; rm -r
 trap cleanup EXIT
 
 python3 "$shared/gensite.py" --pages "$pages" "$work/gen" >/dev/null
-# The prose site: each page a slice of some 300 words of the licences, linked in a chain.
+# The prose site: each page a slice of some 300 words of the licences.
 mkdir -p "$work/prose"
 cat /usr/share/common-licenses/{GPL-3,LGPL-3,Apache-2.0,GFDL-1.3} | tr -d '<>&' | tr -s ' \n' ' ' |
   awk -v n="$pages" -v out="$work/prose" '{ for (i = 1; i <= NF; i++) w[c++] = $i }
@@ -29,17 +29,23 @@ cat /usr/share/common-licenses/{GPL-3,LGPL-3,Apache-2.0,GFDL-1.3} | tr -d '<>&' 
             f = out "/" (p == 0 ? "index" : "p" p) ".html"
             printf "<html><head><title>Page %d</title></head>\n<body><p>", p > f
             for (k = 0; k < 300; k++) printf "%s ", w[(p * 300 + k) % c] > f
-            printf "</p><a href=\"p%d.html\">next</a></body></html>\n", p + 1 > f
+            printf "</p>" > f
+            # The home page links every page, so the whole site lies within the levels limit.
+            if (p == 0) for (q = 1; q < n; q++) printf "<a href=\"p%d.html\">%d</a> ", q, q > f
+            printf "<a href=\"p%d.html\">next</a></body></html>\n", p + 1 > f
             close(f) } }'
 sed -i 's|<a href="p'"$pages"'.html">next</a>||' "$work/prose/p$((pages - 1)).html"
 
-serve() { bash "$shared/serve.sh" "$1" "$2" "$3"; }
-pids+=("$(serve "$work/gen" 18431 18432)")
-pids+=("$(serve "$work/prose" 18433 18434)")
+freeport() { python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'; }
+serve() { bash "$shared/serve.sh" "$1" "$2" "$(freeport)"; }
+genport=$(freeport)
+proseport=$(freeport)
+pids+=("$(serve "$work/gen" "$genport")")
+pids+=("$(serve "$work/prose" "$proseport")")
 
 time_of() { local s; s=$(date +%s.%N); "$@" >/dev/null 2>&1 || true; echo "$(date +%s.%N) - $s" | bc; }
 printf "%-8s %-22s %8s\n" site run seconds
-for site in gen:18431 prose:18433; do
+for site in gen:$genport prose:$proseport; do
   url=http://127.0.0.1:${site#*:}/
   printf "%-8s %-22s %8.2f\n" "${site%%:*}" "crawl" "$(time_of "$trellium" crawl "$url" --quiet)"
   printf "%-8s %-22s %8.2f\n" "${site%%:*}" "spelling" "$(time_of "$trellium" spelling "$url" --quiet)"

@@ -147,11 +147,10 @@ int KestParser::getGrammarCount() {
     const QString language = checker.language();
     spellingCursor = 0;
     int count = 0;
-    QVariantList details;
     try {
         TextRange hit;
         do {
-            hit = checker.checkGrammarOfStringStartingAt(text, spellingCursor, language, &details);
+            hit = checker.checkGrammarOfStringStartingAt(text, spellingCursor, language, nullptr);
             if (!hit.found())
                 break;
             ++count;

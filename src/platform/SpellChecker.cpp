@@ -231,7 +231,7 @@ SpellChecker::Grammar* SpellChecker::grammar(const QString& language) {
             parse_options_set_linkage_limit(g->options, 10);
             parse_options_set_spell_guess(g->options, 0);
             parse_options_set_islands_ok(g->options, false);
-            parse_options_set_max_parse_time(g->options, 2);
+            parse_options_set_max_parse_time(g->options, 1);
             parse_options_set_display_morphology(g->options, 0);
         }
     }
@@ -452,6 +452,12 @@ TextRange SpellChecker::checkGrammarOfStringStartingAt(const QString& text, qint
             sentence_delete(parsed);
             continue;
         }
+        if (!details) {
+            // A count needs no details, and the parse that finds the unlinked words is the
+            // slow one.
+            sentence_delete(parsed);
+            return {begin, end - begin};
+        }
         QStringList unlinked;
         parse_options_set_min_null_count(g->options, 1);
         parse_options_set_max_null_count(g->options, sentence_length(parsed));
@@ -472,7 +478,7 @@ TextRange SpellChecker::checkGrammarOfStringStartingAt(const QString& text, qint
             }
         }
         sentence_delete(parsed);
-        if (details) {
+        {
             QVariantMap detail;
             detail.insert(userDescriptionKey,
                           unlinked.isEmpty()

@@ -57,7 +57,8 @@ class SpellChecker {
 
     // The first misspelt word at or after start, or an absent range. Wrap is always off.
     TextRange checkSpellingOfStringStartingAt(const QString& text, qint64 start, const QString& language);
-    // The first sentence at or after start that has no complete linkage, with its details.
+    // The first sentence at or after start that has no complete linkage, with its details when
+    // asked for (details may be null).
     // Throws GrammarCheckError on text the grammar library cannot take.
     TextRange checkGrammarOfStringStartingAt(const QString& text, qint64 start, const QString& language,
                                              QVariantList* details);
