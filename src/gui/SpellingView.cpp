@@ -4,6 +4,7 @@
 #include "analysis/spellingDialogue.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
+#include "platform/SpellChecker.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -201,12 +202,23 @@ void SpellingView::reloadData() {
     model.reload();
     const bool grammar = config.flagForKey("checkGrammar");
     seo.getSpellingCollection();
-    counts->setText(QString("%1 page(s), %2 with spelling issues%3")
-                        .arg(seo.count())
-                        .arg(int(seo.getSpellingPagesCount()))
-                        .arg(grammar
-                                 ? QString(", %1 with grammar issues").arg(int(seo.getGrammarPagesCount()))
-                                 : QString()));
+    QString text = QString("%1 page(s), %2 with spelling issues%3")
+                       .arg(seo.count())
+                       .arg(int(seo.getSpellingPagesCount()))
+                       .arg(grammar ? QString(", %1 with grammar issues").arg(int(seo.getGrammarPagesCount()))
+                                    : QString());
+    // A missing dictionary is said here, where its zero counts would otherwise mislead.
+    SpellChecker& checker = SpellChecker::sharedSpellChecker();
+    const QString language = checker.language();
+    QStringList problems;
+    if (config.flagForKey("checkSpelling"))
+        problems << checker.spellingProblem(language);
+    if (grammar)
+        problems << checker.grammarProblem(language);
+    problems.removeAll(QString());
+    if (!problems.isEmpty())
+        text += " (" + problems.join("; ") + ")";
+    counts->setText(text);
 }
 
 void SpellingView::openSelected() {

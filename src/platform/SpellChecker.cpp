@@ -338,9 +338,11 @@ bool SpellChecker::isCorrect(str_enchant_dict* dict, const QString& word) {
 }
 
 bool SpellChecker::wordIsCorrect(str_enchant_dict* dict, const QString& rawWord) {
+    // The common case, no typographic apostrophe and an empty personal list, copies nothing.
     QString word = rawWord;
-    word.replace(QChar(0x2019), '\'');
-    if (personalWords.contains(word) || personalWords.contains(word.toLower()))
+    if (word.contains(QChar(0x2019)))
+        word.replace(QChar(0x2019), '\'');
+    if (!personalWords.isEmpty() && (personalWords.contains(word) || personalWords.contains(word.toLower())))
         return true;
     return isCorrect(dict, word);
 }
