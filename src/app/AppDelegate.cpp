@@ -13,8 +13,8 @@ AppDelegate::AppDelegate(UserInterface& ui_)
     config.crawlButtonTitle = [this] { return startControlTitle(); };
     // A site's language, by its display name, goes to the spell checker; an unknown one leaves it.
     config.newLanguageSelected = [](const QString& name) {
-        SpellChecker& checker = SpellChecker::sharedSpellChecker();
-        checker.setLanguage(checker.identifierForLanguage(name));
+        if (!name.isEmpty())
+            SpellChecker::sharedSpellChecker().setLanguageByName(name);
     };
     config.setCrawlButtonTitle = [this](const QString& title) {
         if (title == "Go")

@@ -9,6 +9,7 @@
 #include <QStandardPaths>
 #include <QVariantMap>
 #include <QtDebug>
+#include <utility>
 
 #include <enchant-2/enchant.h>
 #include <link-grammar/link-includes.h>
@@ -118,8 +119,16 @@ SpellChecker& SpellChecker::sharedSpellChecker() {
     return checker;
 }
 
-SpellChecker::SpellChecker() : broker(enchant_broker_init()) {
+SpellChecker::SpellChecker() {
     lg_error_set_handler(grammarLibraryMessage, nullptr);
+}
+
+str_enchant_broker* SpellChecker::enchantBroker() {
+    // Called with the lock held. Enchant makes its folders under the user's home when it starts,
+    // so it starts only when a check or the language list needs it.
+    if (!broker)
+        broker = enchant_broker_init();
+    return broker;
 }
 
 SpellChecker::~SpellChecker() {
@@ -140,7 +149,7 @@ SpellChecker::~SpellChecker() {
 QStringList SpellChecker::availableLanguages() {
     QMutexLocker locker(&lock);
     QStringList tags;
-    if (!broker)
+    if (!enchantBroker())
         return tags;
     enchant_broker_list_dicts(
         broker,
@@ -184,7 +193,20 @@ QString SpellChecker::defaultLanguage() {
     return installed.value(0);
 }
 
+void SpellChecker::setLanguageByName(const QString& displayName) {
+    QMutexLocker locker(&lock);
+    languageNameWanted = displayName;
+}
+
 QString SpellChecker::language() {
+    QString wanted;
+    {
+        QMutexLocker locker(&lock);
+        wanted = std::exchange(languageNameWanted, QString());
+    }
+    // An unknown name leaves the language as it was.
+    if (!wanted.isEmpty())
+        setLanguage(identifierForLanguage(wanted));
     {
         QMutexLocker locker(&lock);
         if (!currentLanguage.isEmpty())
@@ -199,6 +221,7 @@ QString SpellChecker::language() {
 
 bool SpellChecker::setLanguage(const QString& identifier) {
     QMutexLocker locker(&lock);
+    languageNameWanted.clear();
     if (!dictionary(identifier))
         return false;
     currentLanguage = identifier;
@@ -211,7 +234,7 @@ str_enchant_dict* SpellChecker::dictionary(const QString& language) {
     if (known != dictionaries.constEnd())
         return *known;
     str_enchant_dict* dict = nullptr;
-    if (broker && !language.isEmpty())
+    if (!language.isEmpty() && enchantBroker())
         dict = enchant_broker_request_dict(broker, language.toUtf8().constData());
     dictionaries.insert(language, dict);
     return dict;

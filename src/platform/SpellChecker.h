@@ -54,6 +54,9 @@ class SpellChecker {
     QString language();
     // False, with the language unchanged, when no dictionary for it is installed.
     bool setLanguage(const QString& identifier);
+    // The language by its display name, taken up at the next check: a run that checks nothing
+    // never starts Enchant, which makes folders in the user's home.
+    void setLanguageByName(const QString& displayName);
 
     // The first misspelt word at or after start, or an absent range. Wrap is always off.
     TextRange checkSpellingOfStringStartingAt(const QString& text, qint64 start, const QString& language);
@@ -76,6 +79,7 @@ class SpellChecker {
 
   private:
     SpellChecker();
+    str_enchant_broker* enchantBroker();
     str_enchant_dict* dictionary(const QString& language);
     struct Grammar;
     Grammar* grammar(const QString& language);
@@ -86,6 +90,7 @@ class SpellChecker {
     QMutex lock;
     str_enchant_broker* broker = nullptr;
     QString currentLanguage;
+    QString languageNameWanted;
     QHash<QString, str_enchant_dict*> dictionaries;
     QHash<QString, Grammar*> grammars;
     QHash<QString, bool> knownWords; // the dictionary's answers for the current dictionary
