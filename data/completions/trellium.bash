@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl sitemap validate seo parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl sitemap validate seo spelling parse sites run prefs --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl|sitemap|validate|seo)
+    crawl|sitemap|validate|seo|spelling)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -45,7 +45,8 @@ _trellium() {
         --report)
             local kinds="flat-csv flat-tsv flat-html bad-csv bad-html by-link-csv by-link-html by-page-csv by-page-html
                 sitemap-csv sitemap-html sitemap-tree-html validation-csv validation-html validation-report validation-bad
-                seo-csv seo-html seo-report seo-bad duplicates-csv"
+                seo-csv seo-html seo-report seo-bad duplicates-csv
+                spelling-csv spelling-html spelling-report spelling-bad"
             if [[ $cur == *=* ]]; then
                 compopt -o filenames 2>/dev/null
                 COMPREPLY=($(compgen -f -- "${cur#*=}"))
@@ -79,7 +80,10 @@ _trellium() {
             return ;;
         --threads|--timeout|--max-time|--max-page-size|--delay|--user-agent|--header|--do-not-check|\
         --do-not-follow|--only-follow|--links-limit|--levels-limit|--soft-404-term|--retry|--accept|\
-        --exclude|--include|--max-redirects|--validation-delay|--validation-timeout|--keyword)
+        --exclude|--include|--max-redirects|--validation-delay|--validation-timeout|--keyword|--learn)
+            return ;;
+        --language)
+            COMPREPLY=($(compgen -W "$(ls /usr/share/hunspell 2>/dev/null | sed -n 's/\.dic$//p')" -- "$cur"))
             return ;;
         --filter)
             COMPREPLY=($(compgen -W "all no-title no-description copies duplicate-titles nofollow
@@ -106,6 +110,8 @@ _trellium() {
                 $([[ $command == validate ]] && echo --validator --validation-delay --validation-timeout)" -- "$cur"))
             [[ $command == seo ]] &&
                 COMPREPLY+=($(compgen -W "--keyword --in-content --filter --archive" -- "$cur"))
+            [[ $command == spelling ]] &&
+                COMPREPLY+=($(compgen -W "--language --grammar --details --learn" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))

@@ -20,6 +20,7 @@ SEOManager::~SEOManager() {
 void SEOManager::add(const LinkCheckerUrlPtr& page) {
     if (!page || members.contains(page.get()))
         return;
+    clearSpellingCollection();
     lfDataSource::add(page);
     members.insert(page.get());
     clearSitemapCollection();
@@ -27,6 +28,7 @@ void SEOManager::add(const LinkCheckerUrlPtr& page) {
 }
 
 void SEOManager::clear() {
+    clearSpellingCollection();
     lfDataSource::clear();
     members.clear();
     stopPressedFlag = false;

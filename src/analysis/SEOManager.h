@@ -5,8 +5,10 @@
 
 #include <QDate>
 #include <QHash>
+#include <QPointer>
 #include <QSet>
 #include <QStringList>
+#include <QThread>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -218,6 +220,37 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     std::function<void()> onValidationFinished;
 
     // ---- spelling and grammar (SEOManagerSpelling.cpp)
+    // The tags of spellingFilter: pages not yet reviewed, all or with spelling or grammar issues.
+    enum SpellingFilter { allUnreviewed = 0, withSpelling = 8, withGrammar = 9 };
+    // The spelling table as the exports see it: URL, spelling count, grammar count.
+    static kestreliaTableView spellingTableView();
+    // The pages of the spelling table, built when absent (and the two page counts with it),
+    // in the order of the table's sort column.
+    const std::vector<LinkCheckerUrlPtr>& getSpellingCollection();
+    void clearSpellingCollection();
+    qsizetype spellingRowCount();
+    LinkCheckerUrlPtr spellingRecordAt(qsizetype row);
+    void spellingfilter(int tag);
+    int getSpellingFilter() const { return spellingFilterTag; }
+    void spellingDidClickColumn(const QString& key, bool ascending);
+    double getSpellingPagesCount() const { return spellingPagesCount; }
+    double getGrammarPagesCount() const { return grammarPagesCount; }
+    // The review of the selected row (none: -1) is over.
+    void spellingDiallogDidFinishReviewing(qsizetype selectedRow);
+    // Counts the spelling of the listed pages with issues again, on a thread of its own.
+    void reCheckSpellingCollection();
+    // For callers that must see the counts settle (tests, the command line): waits for every
+    // recheck started so far; false when the time ran out.
+    bool waitForSpellingRechecks(int milliseconds);
+    // Told (on the main thread) when the spelling table must be drawn again.
+    std::function<void()> onSpellingTableChanged;
+    // Section reports and exports of the spelling table.
+    QString getSpellingReport(const kestreliaTableView& table);
+    QString getSpellingAndGrammarReport(const kestreliaTableView& table);
+    QString getBadSpellingReport(const kestreliaTableView& table);
+    QString getBadSpellingAndGrammarReport(const kestreliaTableView& table);
+    QString exportSpellingAsCSV(const kestreliaTableView& table);
+    QString exportSpellingAsHTML(const kestreliaTableView& table);
 
   protected:
     KestConfigManager& configManager;
@@ -273,4 +306,15 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     std::shared_ptr<ValidationRunner> validationRunner;
 
     // ---- spelling state
+    QString spellingTableHTML(const kestreliaTableView& table, bool (*wanted)(const LinkCheckerUrl&));
+    void spellingTableChanged();
+    std::optional<std::vector<LinkCheckerUrlPtr>> spellingCollection;
+    double spellingPagesCount = 0;
+    double grammarPagesCount = 0;
+    int spellingFilterTag = allUnreviewed;
+    QString spellingSortKey;
+    bool spellingSortAscending = true;
+    QList<QPointer<QThread>> spellingRechecks;
+    // Goes with the manager: a recheck that ends after it is gone tells nobody.
+    std::shared_ptr<int> spellingAlive = std::make_shared<int>(0);
 };

@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "platform/SpellChecker.h"
 
 #include "config/SiteStore.h"
 #include "platform/UserInterface.h"
@@ -10,6 +11,11 @@
 AppDelegate::AppDelegate(UserInterface& ui_)
     : ui(ui_), config(&preferences, &ui_), hub(config, preferences, ui_) {
     config.crawlButtonTitle = [this] { return startControlTitle(); };
+    // A site's language, by its display name, goes to the spell checker; an unknown one leaves it.
+    config.newLanguageSelected = [](const QString& name) {
+        if (!name.isEmpty())
+            SpellChecker::sharedSpellChecker().setLanguageByName(name);
+    };
     config.setCrawlButtonTitle = [this](const QString& title) {
         if (title == "Go")
             pausedCrawlLeft = true;

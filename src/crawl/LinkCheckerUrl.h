@@ -215,6 +215,8 @@ class LinkCheckerUrl : public KestDataObject,
     void setSpelling(int v) { spelling = v; }
     int getGrammar() const { return grammar; }
     void setGrammar(int v) { grammar = v; }
+    bool spellingReviewed() const { return _spellingReviewed; }
+    void setSpellingReviewed(bool v) { _spellingReviewed = v; }
     int getValidatorErrors() const { return validatorErrors; }
     void setValidatorErrors(int v) { validatorErrors = v; }
     int getValidatorWarnings() const { return validatorWarnings; }

@@ -242,6 +242,10 @@ void LinkCheckerHub::extractLinks(const LinkCheckerUrlPtr& page) {
         !(page->isErrorPage() && !checkErrorPages()) && !plainTextMode && !sitemapStart)
         takeInResources(page, base, pageNeededEscaping);
     page->setWordCount(parser ? parser->getWordCount() : 0);
+    if (parser && config.flagForKey(u"checkSpelling"_s))
+        page->setSpelling(parser->getSpellingCount());
+    if (parser && config.flagForKey(u"checkGrammar"_s))
+        page->setGrammar(parser->getGrammarCount());
     closing();
 }
 

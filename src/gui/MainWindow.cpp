@@ -8,6 +8,7 @@
 #include "gui/SEOTable.h"
 #include "gui/SettingsForm.h"
 #include "gui/SitemapView.h"
+#include "gui/SpellingView.h"
 #include "gui/ValidatorView.h"
 #include "gui/WindowMemory.h"
 
@@ -112,6 +113,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     pages = new QStackedWidget;
     settings = new SettingsForm(app.getConfigManager(), controller);
     results = new ResultsView(app.getHub(), app.getPreferences(), ui);
+    results->addSubView(new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences()),
+                        "Spelling");
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);

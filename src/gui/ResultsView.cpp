@@ -552,3 +552,7 @@ void ResultsView::showInspector(const std::shared_ptr<LinkCheckerUrl>& record) {
     layout->addWidget(buttons);
     dialog->show();
 }
+
+void ResultsView::addSubView(QWidget* view, const QString& title) {
+    subTabs->addTab(view, title);
+}

@@ -34,6 +34,8 @@ class ResultsView : public QWidget {
     void reloadData(bool whateverTheCrawl = false);
     // Fresh results: everything reloaded and the overview in front.
     void newResults();
+    // A further view of the results (the spelling table) as a tab beside the link views.
+    void addSubView(QWidget* view, const QString& title);
     // A new crawl starts unfiltered.
     void resetFilter();
     void filter();

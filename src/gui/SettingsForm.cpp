@@ -1,11 +1,14 @@
 #include "gui/SettingsForm.h"
 
+#include "platform/SpellChecker.h"
+
 #include "app/NewUIController.h"
 #include "config/KestConfigManager.h"
 #include "gui/SitemapRulesBox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCompleter>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -223,6 +226,32 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
         form->addRow(field.label, edit);
         connect(edit, &QLineEdit::textEdited, this, [this, key, kind] { textEdited(key, kind); });
     }
+    if (key == "language")
+        offerInstalledLanguages(edit);
+}
+
+void SettingsForm::offerInstalledLanguages(QLineEdit* edit) {
+    // The names of the installed dictionaries; a chosen one goes to the checker at once.
+    SpellChecker& checker = SpellChecker::sharedSpellChecker();
+    QStringList names;
+    for (const QString& tag : checker.availableLanguages()) {
+        const QString name = SpellChecker::displayNameForLanguage(tag);
+        if (!name.isEmpty() && !names.contains(name))
+            names << name;
+    }
+    names.sort(Qt::CaseInsensitive);
+    auto* completer = new QCompleter(names, edit);
+    completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    completer->setCaseSensitivity(Qt::CaseInsensitive);
+    edit->setCompleter(completer);
+    edit->setPlaceholderText(SpellChecker::displayNameForLanguage(checker.language()));
+    connect(edit, &QLineEdit::editingFinished, this, [this, edit] {
+        if (loading)
+            return;
+        config.changeSetting("language", edit->text());
+        if (config.newLanguageSelected)
+            config.newLanguageSelected(edit->text());
+    });
 }
 
 void SettingsForm::textEdited(const QString& key, Kind kind) {

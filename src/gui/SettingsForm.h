@@ -39,6 +39,7 @@ class SettingsForm : public QWidget {
     QWidget* makeGroup(const QList<Field>& fields);
     void addField(class QFormLayout* form, const Field& field);
     void textEdited(const QString& key, Kind kind);
+    void offerInstalledLanguages(QLineEdit* edit);
     void flagToggled(const QString& key, bool on);
     void refreshRuleTable();
     void refreshEnabledFields();

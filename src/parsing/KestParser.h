@@ -4,6 +4,7 @@
 #include "parsing/KestDbItem.h"
 #include "parsing/KestXmlTag.h"
 #include "parsing/PageIndex.h"
+#include "platform/SpellChecker.h"
 
 #include <QByteArray>
 #include <QString>
@@ -119,6 +120,22 @@ class KestParser {
     static void trimThisCharacterFromUrl(char character, char* url);
     static void trimWhitespaceFromUrl(char* url);
 
+    // Text content and the language checks over it, in string positions (UTF-16). Each
+    // operation takes the text anew, so the cursor and word count are reset as a walk would.
+    QString getTextContent();
+    int getSpellingCount();
+    int getGrammarCount();
+    TextRange getFirstSpelling();
+    TextRange getNextSpelling();
+    TextRange getFirstGrammar();
+    TextRange getNextGrammar();
+    const QVariantList& getGrammarDetails() const { return grammarDetails; }
+    void spellingCursorBackTo(const TextRange& range);
+    qint64 getSpellingCursor() const { return spellingCursor; }
+    static bool isWebAddress(const QString& word);
+    // The largest document whose text is taken, in bytes.
+    static constexpr quint64 textContentLimit = 10000000;
+
     class ScannedTag;
 
   private:
@@ -202,6 +219,11 @@ class KestParser {
     quint64 useEncoding = 0;
     QString textContent;
     qint64 spellingCursor = 0;
+    // The text is the same at each walk, so it is taken once; the walk's end state is kept to
+    // be put back as a new walk would leave it.
+    std::optional<QString> textContentTaken;
+    quint64 counterAfterText = 0;
+    qint32 wordCountAfterText = 0;
     QVariantList grammarDetails;
 
     // Not fields of the reader's model, all kept for speed: the raw pointer behind `data`, where

@@ -34,6 +34,7 @@ TEST(Documentation, NamesWhatTheHelpOffers) {
         {{"parse", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"sitemap", "--help-all"}, "^\\s+(?:-[a-z], )?(--[a-z0-9-]+)"},
         {{"seo", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
+        {{"spelling", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"sites", "--help"}, "(?:^  |, )([a-z][a-z-]+)(?= [A-Z]| {2})"},
         {{"prefs", "--help"}, "[\\[|] ?([a-z]+)"},
     };

@@ -12,3 +12,4 @@ int runPrefsCommand(const QStringList& args);
 int runSitemapCommand(const QStringList& args);
 int runValidateCommand(const QStringList& args);
 int runSeoCommand(const QStringList& args);
+int runSpellingCommand(const QStringList& args);

@@ -35,8 +35,8 @@ QString linkReportText(const QString& kind, LinkCheckerHub& hub, const Preferenc
 }
 
 const QList<ReportKind>& allKinds() {
-    static const QList<ReportKind> kinds =
-        linkReportKinds() + sitemapReportKinds() + validationReportKinds() + seoReportKinds();
+    static const QList<ReportKind> kinds = linkReportKinds() + sitemapReportKinds() +
+                                           validationReportKinds() + seoReportKinds() + spellingReportKinds();
     return kinds;
 }
 

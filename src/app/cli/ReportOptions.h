@@ -29,6 +29,7 @@ QList<ReportKind> linkReportKinds();
 QList<ReportKind> sitemapReportKinds();
 QList<ReportKind> validationReportKinds();
 QList<ReportKind> seoReportKinds();
+QList<ReportKind> spellingReportKinds();
 
 // The reports of the crawl commands: --report KIND=FILE (repeatable) and --bad-only.
 void addReportOptions(QCommandLineParser& parser);

@@ -20,6 +20,8 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
                     "  prefs [SUBCOMMAND]         show and change the global preferences\n"
+                    "  spelling URL|PATH [options] check the spelling (and grammar) of a site's pages\n"
+                    "  spelling --learn WORD      add a word to the personal word list\n"
                     "\n"
                     "Run 'trellium COMMAND --help' for the options of a command. Every command also\n"
                     "takes --version. 'man trellium' tells more.\n";
@@ -60,6 +62,8 @@ int main(int argc, char** argv) {
         return runPrefsCommand(args);
     if (command == "validate")
         return runValidateCommand(args);
+    if (command == "spelling")
+        return runSpellingCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
