@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl parse sites run prefs open diff --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl)
+    crawl|open)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -52,7 +52,7 @@ _trellium() {
                 COMPREPLY=($(compgen -W "$kinds" -S = -- "$cur"))
             fi
             return ;;
-        --json)
+        --json|--save)
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
             return ;;
@@ -72,14 +72,24 @@ _trellium() {
         --exclude|--include|--max-redirects)
             return ;;
         esac
-        if [[ $cur == -* ]]; then
+        if [[ $command == open && $cur == -* ]]; then
+            COMPREPLY=($(compgen -W "--help --version --format --quiet --verbose --json --report --bad-only" -- "$cur"))
+        elif [[ $cur == -* ]]; then
             COMPREPLY=($(compgen -W "--help --help-all --version --site --settings --format --quiet
-                --verbose --json --report --bad-only --threads --timeout --max-time --max-page-size
+                --verbose --json --save --report --bad-only --threads --timeout --max-time --max-page-size
                 --delay --user-agent --header --insecure --retry --retry-on --max-redirects --images
                 --ignore-query --keep-slash --single-page --nofollow --error-pages --unique-titles
                 --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
                 --robots-txt --links-limit --levels-limit --soft-404 --soft-404-term --accept
                 --check-anchors --exclude --include --check-resources" -- "$cur"))
+        else
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -f -- "$cur"))
+        fi
+        ;;
+    diff)
+        if [[ $cur == -* ]]; then
+            COMPREPLY=($(compgen -W "--help --version --json" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))

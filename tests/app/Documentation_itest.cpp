@@ -31,6 +31,7 @@ TEST(Documentation, NamesWhatTheHelpOffers) {
         {{"--help"}, "^  ([a-z]+) "},
         {{"crawl", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"parse", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
+        {{"open", "--help"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"sites", "--help"}, "(?:^  |, )([a-z][a-z-]+)(?= [A-Z]| {2})"},
         {{"prefs", "--help"}, "[\\[|] ?([a-z]+)"},
     };

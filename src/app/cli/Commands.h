@@ -9,3 +9,5 @@ int runParseCommand(const QStringList& args);
 int runSitesCommand(const QStringList& args);
 int runRunCommand(const QStringList& args);
 int runPrefsCommand(const QStringList& args);
+int runOpenCommand(const QStringList& args);
+int runDiffCommand(const QStringList& args);

@@ -16,6 +16,8 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  sites [SUBCOMMAND]         list and edit the stored sites\n"
                     "  run FILE.lcsettings        crawl a stored site unattended, as a schedule does\n"
                     "  prefs [SUBCOMMAND]         show and change the global preferences\n"
+                    "  open FILE.plist [options]  show and report a crawl saved with --save\n"
+                    "  diff OLD.plist NEW.plist   what broke and what was fixed between two saved crawls\n"
                     "\n"
                     "Run 'trellium COMMAND --help' for the options of a command. Every command also\n"
                     "takes --version. 'man trellium' tells more.\n";
@@ -50,6 +52,10 @@ int main(int argc, char** argv) {
         return runRunCommand(args);
     if (command == "prefs")
         return runPrefsCommand(args);
+    if (command == "open")
+        return runOpenCommand(args);
+    if (command == "diff")
+        return runDiffCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
