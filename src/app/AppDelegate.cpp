@@ -14,6 +14,9 @@ AppDelegate::AppDelegate(UserInterface& ui_)
         if (title == "Go")
             pausedCrawlLeft = true;
     };
+    writeDatabaseToLocationAllLinks = [this](const QString& path, bool allLinks) {
+        database.writeDatabaseToLocation(path, allLinks, true);
+    };
 }
 
 void AppDelegate::awakeFromNib() {

@@ -1,4 +1,5 @@
 #include "analysis/SEOManager.h"
+#include "app/AppDelegate.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
@@ -429,4 +430,32 @@ TEST(CrawlDatabase, SaveChoiceOnlyForBigCrawlsWithBadLinks) {
         commands.saveLinksMenuItem();
         EXPECT_EQ(c.ui.alerts.size(), test.asked ? 1 : 0);
     }
+}
+
+// With the preference on, quitting writes every record to the autosave file, which loads.
+TEST(CrawlDatabase, AutosaveAtQuitWritesTheResults) {
+    TempHome home;
+    {
+        Preferences stored;
+        stored.load();
+        ASSERT_TRUE(stored.setValueAndStore("autosave", true));
+    }
+    RecordingUserInterface ui;
+    AppDelegate app(ui);
+    app.awakeFromNib();
+    for (const char* status : {"200 OK", "404 Not Found"}) {
+        auto r = std::make_shared<LinkCheckerUrl>(&app.getHub());
+        r->setLinkUrlTrimQuery(QString("http://a/") + status, false);
+        r->setStatus(status);
+        r->setIsInBadCollection(status[0] == '4');
+        app.getHub().add(r);
+    }
+    EXPECT_TRUE(app.applicationShouldTerminate());
+    Crawl c;
+    CrawlDatabase::Loaded loaded;
+    QString why;
+    ASSERT_TRUE(CrawlDatabase::readFile(CrawlDatabaseCommands::autosavePath(), c.hub, loaded, &why))
+        << why.toStdString();
+    ASSERT_EQ(loaded.records.size(), 2u);
+    EXPECT_EQ(loaded.records[1]->getStatus(), "404 Not Found");
 }
