@@ -24,6 +24,8 @@ class SiteListModel;
 // The main window: a step bar on the left, the five steps on the right, Previous and Next
 // below. It draws the state of NewUIController and forwards every command to it or to the
 // site list; it decides nothing itself.
+class ResultFiles;
+
 class MainWindow : public QMainWindow {
     Q_OBJECT
   public:
@@ -40,6 +42,7 @@ class MainWindow : public QMainWindow {
     NewUIController& uiController() { return controller; }
     QtUserInterface& userInterface() { return ui; }
     ResultsView& resultsView() { return *results; }
+    ResultFiles& resultFilesCommands() { return *resultFiles; }
     SettingsForm& settingsForm() { return *settings; }
     QTableView* siteTable() const { return sitesTable; }
 
@@ -83,6 +86,7 @@ class MainWindow : public QMainWindow {
     SettingsForm* settings = nullptr;
     QWidget* resultsPage = nullptr;
     ResultsView* results = nullptr;
+    ResultFiles* resultFiles = nullptr;
     QMainWindow* resultsWindow = nullptr;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;

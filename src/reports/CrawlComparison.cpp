@@ -78,4 +78,15 @@ bool anyBecameBad(const QList<Change>& changes) {
                        [](const Change& c) { return c.kind == Kind::BecameBad; });
 }
 
+QString countsLine(const QList<Change>& changes) {
+    int counts[4] = {};
+    for (const Change& change : changes)
+        ++counts[int(change.kind)];
+    return QString("%1 became bad, %2 fixed, %3 pages appeared, %4 pages disappeared")
+        .arg(counts[0])
+        .arg(counts[1])
+        .arg(counts[2])
+        .arg(counts[3]);
+}
+
 } // namespace CrawlComparison

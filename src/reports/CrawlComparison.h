@@ -28,5 +28,7 @@ QList<Change> compare(const std::vector<LinkCheckerUrlPtr>& older,
 // "became bad", "fixed", "page appeared", "page disappeared".
 QString kindName(Kind kind);
 bool anyBecameBad(const QList<Change>& changes);
+// "1 became bad, 0 fixed, 2 pages appeared, 0 pages disappeared"
+QString countsLine(const QList<Change>& changes);
 
 } // namespace CrawlComparison

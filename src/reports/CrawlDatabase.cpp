@@ -619,18 +619,22 @@ QByteArray toXml(const std::vector<LinkCheckerUrlPtr>& records, const Membership
     return out.take();
 }
 
+std::vector<LinkCheckerUrlPtr> recordsOf(const LinkCheckerHub& hub) {
+    std::vector<LinkCheckerUrlPtr> records;
+    records.reserve(size_t(hub.count()));
+    for (qsizetype i = 0; i < hub.count(); ++i)
+        records.push_back(hub.getnthofAllItems(i));
+    return records;
+}
+
 bool writeToLocation(const QString& path, const LinkCheckerHub& hub, const SEOManager& seo, bool allLinks,
                      bool validationKickedOff, QString* error) {
     QSaveFile file(path);
     bool ok = file.open(QIODevice::WriteOnly);
     if (ok) {
-        std::vector<LinkCheckerUrlPtr> records;
-        records.reserve(size_t(hub.count()));
-        for (qsizetype i = 0; i < hub.count(); ++i)
-            records.push_back(hub.getnthofAllItems(i));
         PlistOut out(&file);
         writeAll(
-            out, records,
+            out, recordsOf(hub),
             [&seo](const LinkCheckerUrl& record) { return seo.isInSEOManagersCollection(record); },
             validationKickedOff, allLinks);
         // Flushed and checked before the commit: a commit alone would put a short file in place

@@ -29,6 +29,8 @@ using Membership = std::function<bool(const LinkCheckerUrl&)>;
 // record whether it is one of the pages of the SEO collection.
 QByteArray toXml(const std::vector<LinkCheckerUrlPtr>& records, const Membership& inSEOCollection,
                  bool validationKickedOff);
+// The hub's records in their order.
+std::vector<LinkCheckerUrlPtr> recordsOf(const LinkCheckerHub& hub);
 // Writes the hub's records (all, or the bad ones only) atomically: a failed write leaves any
 // earlier file as it was. False with the reason.
 bool writeToLocation(const QString& path, const LinkCheckerHub& hub, const SEOManager& seo, bool allLinks,

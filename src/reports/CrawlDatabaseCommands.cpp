@@ -38,8 +38,10 @@ bool CrawlDatabaseCommands::writeDatabase(bool allLinks) {
 bool CrawlDatabaseCommands::writeDatabaseToLocation(const QString& path, bool allLinks, bool quiet) {
     QString why;
     const bool kickedOff = getValidationKickedOff && getValidationKickedOff();
-    if (CrawlDatabase::writeToLocation(path, hub, seo, allLinks, kickedOff, &why))
+    if (CrawlDatabase::writeToLocation(path, hub, seo, allLinks, kickedOff, &why)) {
+        lastPath = path;
         return true;
+    }
     qInfo().noquote() << QString("results not saved to %1: %2").arg(path, why);
     if (!quiet)
         ui.alert("Not saved", QString("The results could not be saved to %1: %2").arg(path, why));
@@ -69,6 +71,7 @@ bool CrawlDatabaseCommands::loadFromPath(const QString& path) {
         return false;
     }
     const bool kickedOff = loaded.validationKickedOff;
+    lastPath = path;
     CrawlDatabase::apply(std::move(loaded), hub, seo);
     if (setValidationKickedOff)
         setValidationKickedOff(kickedOff);

@@ -39,6 +39,9 @@ class CrawlDatabaseCommands {
     // Told after a load, to show the loaded results (the workflow's dataDidLoad).
     std::function<void()> dataDidLoad;
 
+    // The file last written or loaded by a command, for a list of recent files.
+    const QString& getLastPath() const { return lastPath; }
+
     // Where the results are written at quit (when the preference `autosave` is on).
     static QString autosavePath();
 
@@ -46,4 +49,5 @@ class CrawlDatabaseCommands {
     LinkCheckerHub& hub;
     SEOManager& seo;
     UserInterface& ui;
+    QString lastPath;
 };

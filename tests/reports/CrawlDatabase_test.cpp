@@ -432,7 +432,8 @@ TEST(CrawlDatabase, SaveChoiceOnlyForBigCrawlsWithBadLinks) {
     }
 }
 
-// With the preference on, quitting writes every record to the autosave file, which loads.
+// With the preference on, quitting writes every record to the autosave file, which loads;
+// quitting with nothing to keep leaves it.
 TEST(CrawlDatabase, AutosaveAtQuitWritesTheResults) {
     TempHome home;
     {
@@ -451,6 +452,12 @@ TEST(CrawlDatabase, AutosaveAtQuitWritesTheResults) {
         app.getHub().add(r);
     }
     EXPECT_TRUE(app.applicationShouldTerminate());
+    // A later run that quits with no results keeps the file for the next start.
+    {
+        AppDelegate empty(ui);
+        empty.awakeFromNib();
+        EXPECT_TRUE(empty.applicationShouldTerminate());
+    }
     Crawl c;
     CrawlDatabase::Loaded loaded;
     QString why;

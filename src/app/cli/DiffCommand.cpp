@@ -42,17 +42,6 @@ QByteArray textTable(const QList<Change>& changes) {
     return text.toUtf8();
 }
 
-QString countsLine(const QList<Change>& changes) {
-    int counts[4] = {};
-    for (const Change& change : changes)
-        ++counts[int(change.kind)];
-    return QString("%1 became bad, %2 fixed, %3 pages appeared, %4 pages disappeared")
-        .arg(counts[0])
-        .arg(counts[1])
-        .arg(counts[2])
-        .arg(counts[3]);
-}
-
 QByteArray jsonResult(const QString& older, const QString& newer, const QList<Change>& changes) {
     QJsonArray rows;
     for (const Change& change : changes)
@@ -123,7 +112,7 @@ int runDiffCommand(const QStringList& args) {
     }
     if (jsonPath != "-")
         std::fputs(textTable(changes).constData(), people);
-    std::fprintf(people, "%s\n", qPrintable(countsLine(changes)));
+    std::fprintf(people, "%s\n", qPrintable(CrawlComparison::countsLine(changes)));
     std::fflush(stdout);
     std::fflush(stderr);
     std::_Exit(status);
