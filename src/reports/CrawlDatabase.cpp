@@ -368,7 +368,7 @@ class DatabaseReader {
             return fail(u"the property list's root is not a dictionary"_s);
         bool sawRecords = false;
         while (ok() && nextKey()) {
-            const QString key = xml.readElementText();
+            const QString key = elementText();
             if (!valueStart(key))
                 break;
             if (key == "linkcheckerUrls"_L1) {
@@ -428,7 +428,7 @@ class DatabaseReader {
             wrongType(key, "a string");
             return QString();
         }
-        return xml.readElementText();
+        return elementText();
     }
     qint64 readInteger(const QString& key) {
         if (xml.name() != "integer"_L1) {
@@ -436,7 +436,7 @@ class DatabaseReader {
             return 0;
         }
         bool isNumber = false;
-        const qint64 value = xml.readElementText().trimmed().toLongLong(&isNumber);
+        const qint64 value = elementText().trimmed().toLongLong(&isNumber);
         if (!isNumber && ok())
             fail(QString("the key '%1' holds no whole number").arg(key));
         return value;
@@ -446,7 +446,7 @@ class DatabaseReader {
             wrongType(key, "a real");
             return 0;
         }
-        const QString text = xml.readElementText().trimmed();
+        const QString text = elementText().trimmed();
         bool isNumber = false;
         double value = text.toDouble(&isNumber);
         if (!isNumber && (text == "nan"_L1 || text.endsWith("infinity"_L1))) {
@@ -459,7 +459,32 @@ class DatabaseReader {
     }
     // Texts repeat across the records by the thousand (the URL and title of a page on every
     // link it holds): each distinct text is kept once, as the crawl keeps it.
-    QString shared(const QString& text) { return *pool.insert(text); }
+    // Looked up without a copy; a copy is made only for a text not met before.
+    QString shared(QStringView text) {
+        const auto it = pool.constFind(QString::fromRawData(text.data(), text.size()));
+        return it != pool.constEnd() ? *it : *pool.insert(text.toString());
+    }
+    // The text of the element just opened, read up to its end. Most texts arrive in one piece
+    // and are looked up where the reader holds them.
+    QString elementText() {
+        QXmlStreamReader::TokenType token = xml.readNext();
+        QString text;
+        int pieces = 0;
+        for (;; token = xml.readNext()) {
+            if (token == QXmlStreamReader::Characters && pieces++ == 0)
+                text = shared(xml.text());
+            else if (token == QXmlStreamReader::Characters)
+                text.append(xml.text());
+            else if (token != QXmlStreamReader::Comment && token != QXmlStreamReader::ProcessingInstruction)
+                break;
+        }
+        if (token != QXmlStreamReader::EndElement) {
+            if (!xml.hasError())
+                fail(QString("<%1> inside a text").arg(xml.name()));
+            return QString();
+        }
+        return pieces > 1 ? shared(text) : text;
+    }
 
     void readStrings(const QString& key, QStringList& out) {
         if (xml.name() != "array"_L1) {
@@ -467,7 +492,7 @@ class DatabaseReader {
             return;
         }
         while (ok() && xml.readNextStartElement())
-            out.append(shared(readText(key)));
+            out.append(readText(key));
     }
     void readBooleans(const QString& key, QList<bool>& out) {
         if (xml.name() != "array"_L1) {
@@ -503,7 +528,7 @@ class DatabaseReader {
     void readFields(Fields& fields) {
         const auto& keys = readKeys();
         while (ok() && nextKey()) {
-            const QString key = xml.readElementText();
+            const QString key = elementText();
             if (!valueStart(key))
                 return;
             const auto it = keys.constFind(key);
@@ -520,7 +545,7 @@ class DatabaseReader {
                 readBooleans(key, fields.nofollow);
                 break;
             case Kind::Text:
-                fields.text(which) = shared(readText(key));
+                fields.text(which) = readText(key);
                 break;
             case Kind::Integer:
                 fields.integers[int(which) - int(Key::FileSizeBytes)] = readInteger(key);
