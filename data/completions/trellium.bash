@@ -27,11 +27,11 @@ _trellium() {
     local command=${COMP_WORDS[1]}
 
     if [[ $COMP_CWORD -eq 1 ]]; then
-        COMPREPLY=($(compgen -W "crawl sitemap validate seo spelling parse sites run prefs --help --version" -- "$cur"))
+        COMPREPLY=($(compgen -W "crawl sitemap validate seo spelling parse sites run prefs open diff --help --version" -- "$cur"))
         return
     fi
     case $command in
-    crawl|sitemap|validate|seo|spelling)
+    crawl|sitemap|validate|seo|spelling|open)
         # Where = breaks words, "--report KIND=" reaches us as --report, KIND, =.
         if [[ $cur == = && ${COMP_WORDS[COMP_CWORD-2]} == --report ]]; then
             compopt -o filenames 2>/dev/null
@@ -55,7 +55,7 @@ _trellium() {
                 COMPREPLY=($(compgen -W "$kinds" -S = -- "$cur"))
             fi
             return ;;
-        --json|-o|--output)
+        --json|--save|-o|--output)
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))
             return ;;
@@ -97,11 +97,13 @@ _trellium() {
             COMPREPLY=($(compgen -W "local w3c" -- "$cur"))
             return ;;
         esac
-        if [[ $cur == -* ]]; then
+        if [[ $command == open && $cur == -* ]]; then
+            COMPREPLY=($(compgen -W "--help --version --format --quiet --verbose --json --report --bad-only" -- "$cur"))
+        elif [[ $cur == -* ]]; then
             local own=""
             [[ $command == sitemap ]] && own="--output --rule --changefreq --priority --lastmod --upload --ftp"
             COMPREPLY=($(compgen -W "$own --help --help-all --version --site --settings --format --quiet
-                --verbose --json --report --bad-only --threads --timeout --max-time --max-page-size
+                --verbose --json --save --report --bad-only --threads --timeout --max-time --max-page-size
                 --delay --user-agent --header --insecure --retry --retry-on --max-redirects --images
                 --ignore-query --keep-slash --single-page --nofollow --error-pages --unique-titles
                 --hash-is-bad --no-external --do-not-check --do-not-follow --only-follow --check-content
@@ -112,6 +114,14 @@ _trellium() {
                 COMPREPLY+=($(compgen -W "--keyword --in-content --filter --archive" -- "$cur"))
             [[ $command == spelling ]] &&
                 COMPREPLY+=($(compgen -W "--language --grammar --details --learn" -- "$cur"))
+        else
+            compopt -o filenames 2>/dev/null
+            COMPREPLY=($(compgen -f -- "$cur"))
+        fi
+        ;;
+    diff)
+        if [[ $cur == -* ]]; then
+            COMPREPLY=($(compgen -W "--help --version --json" -- "$cur"))
         else
             compopt -o filenames 2>/dev/null
             COMPREPLY=($(compgen -f -- "$cur"))

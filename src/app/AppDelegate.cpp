@@ -20,6 +20,12 @@ AppDelegate::AppDelegate(UserInterface& ui_)
         if (title == "Go")
             pausedCrawlLeft = true;
     };
+    // No records, no write: an empty file would put nothing in place of the results kept at
+    // the last quit, which the person may not have reopened yet.
+    writeDatabaseToLocationAllLinks = [this](const QString& path, bool allLinks) {
+        if (hub.count() > 0)
+            database.writeDatabaseToLocation(path, allLinks, true);
+    };
 }
 
 void AppDelegate::awakeFromNib() {

@@ -4,6 +4,7 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "reports/CrawlDatabaseCommands.h"
 
 #include <QString>
 #include <functional>
@@ -52,14 +53,15 @@ class AppDelegate {
     LinkCheckerHub& getHub() { return hub; }
     SEOManager& getSEOManager() { return seoManager; }
     KestConfigManager& getConfigManager() { return config; }
+    CrawlDatabaseCommands& getDatabaseCommands() { return database; }
     Preferences& getPreferences() { return preferences; }
 
     // Hooks for the window and the workflow controller; each defaults to nothing.
     std::function<void()> chooseStartingPanel;
     std::function<void()> bringToFront;
     std::function<void(const QString&)> selectTabViewItemWithIdentifier;
-    // The crawl database's writer (path, all links). Until it exists the autosave at quit
-    // makes its folder and writes nothing.
+    // The crawl database's writer (path, all links), used by the autosave at quit; it writes
+    // the results quietly, as no one is there to read a message.
     std::function<void(const QString&, bool)> writeDatabaseToLocationAllLinks;
 
   private:
@@ -74,6 +76,7 @@ class AppDelegate {
     KestConfigManager config;
     LinkCheckerHub hub;
     SEOManager seoManager{config, preferences, hub};
+    CrawlDatabaseCommands database{hub, seoManager, ui};
 
     bool loaded = false;
     QString autoStart;

@@ -70,6 +70,8 @@ const Key orderedKeys[] = {
     {"monitor", Form::List},
     {"TrelliumMaxPageSize", Form::Text},
     {"TrelliumMaxRequestTime", Form::Text},
+    // The window's list of recent result files, most recent first.
+    {"TrelliumRecentResults", Form::List},
 };
 
 const char* colourClasses[] = {"2xx", "3xx", "4xx", "5xx"};

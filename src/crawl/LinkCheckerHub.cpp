@@ -264,6 +264,20 @@ void LinkCheckerHub::closeCrawl() {
     takeAction(actionWhenFinished);
 }
 
+void LinkCheckerHub::loadDidFinish() {
+    ++crawlGeneration;
+    numberOfThreadsDetached = 0;
+    nextUrlToCrawl = 0;
+    crawlStarted = false;
+    crawlFinished = true;
+    doReport(false);
+    countBadCollection();
+    numberDone = quint64(count());
+    config.setStatus(progressLine());
+    ui.progress(qint64(numberDone), count(), progressLine());
+    ui.reloadView("links");
+}
+
 void LinkCheckerHub::stop() {
     stopPressedFlag = true;
     ++pauses;

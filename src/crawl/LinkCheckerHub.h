@@ -46,6 +46,9 @@ class LinkCheckerHub : public QObject, public lfDataSource<LinkCheckerUrl> {
     bool isCrawlFinished() const { return crawlFinished; }
     bool stopPressed() const { return stopPressedFlag; }
     void crawlDidStop();
+    // Records read from a saved crawl are in the collection: they stand as a finished crawl,
+    // and the flat report is rebuilt from them on its own thread.
+    void loadDidFinish();
     void crawlWillContinue();
     void emergencyMemoryStop();
     void siteHasChanged();

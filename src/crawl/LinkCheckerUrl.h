@@ -222,6 +222,7 @@ class LinkCheckerUrl : public KestDataObject,
     int getValidatorWarnings() const { return validatorWarnings; }
     void setValidatorWarnings(int v) { validatorWarnings = v; }
     void setResponseTime(double v) { responseTimeInterval = v; }
+    void setLoadTimeInterval(double v) { loadTimeInterval = v; }
     bool getContentLengthUnavailable() const { return contentlengthunavailable; }
     int getTotalOccurrences() const { return totalOcurrences; }
     int getTotalOcurrences() const { return totalOcurrences; }

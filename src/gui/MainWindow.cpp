@@ -4,6 +4,7 @@
 #include "gui/ItemModels.h"
 #include "gui/PreferencesDialog.h"
 #include "gui/ProgressPage.h"
+#include "gui/ResultFiles.h"
 #include "gui/ResultsView.h"
 #include "gui/SEOTable.h"
 #include "gui/SettingsForm.h"
@@ -169,6 +170,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         refresh();
     });
 
+    resultFiles = new ResultFiles(this, app, ui);
     makeMenus();
 
     // The core's news reaches the window here.
@@ -211,6 +213,11 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         sitemapView->reloadData();
         controller.displayResults(action);
     };
+    app.getDatabaseCommands().dataDidLoad = [this] {
+        app.bringToFront();
+        results->reloadData(true);
+        controller.dataDidLoad();
+    };
     controller.changed = [this] { refresh(); };
     controller.showResultsWindow = [this](const QString& kind) { showResultsWindow(kind); };
     controller.hideResultsWindow = [this](const QString& kind) { hideResultsWindow(kind); };
@@ -243,6 +250,7 @@ MainWindow::~MainWindow() {
     ui.onReloadView = nullptr;
     ui.onShowResults = nullptr;
     controller.changed = nullptr;
+    app.getDatabaseCommands().dataDidLoad = nullptr;
     controller.showResultsWindow = nullptr;
     controller.hideResultsWindow = nullptr;
     delete resultsWindow;
@@ -259,6 +267,7 @@ void MainWindow::start(const QStringList& files) {
         app.applicationOpenFile(file);
     app.applicationDidFinishLaunching();
     refresh();
+    resultFiles->offerAutosave();
 }
 
 void MainWindow::openFile(const QString& path) {
@@ -544,6 +553,8 @@ void MainWindow::makeMenus() {
                     [this] { app.getConfigManager().saveMenuItem(); });
     file->addAction("Export Settings…", QKeySequence("Ctrl+Shift+E"), this,
                     [this] { app.getConfigManager().exportMenuItem(); });
+    file->addSeparator();
+    resultFiles->addToMenu(file);
     file->addSeparator();
     file->addAction("Preferences…", QKeySequence::Preferences, this, [this] { showPreferences(); });
     file->addSeparator();

@@ -28,6 +28,8 @@ class SiteListModel;
 // The main window: a step bar on the left, the five steps on the right, Previous and Next
 // below. It draws the state of NewUIController and forwards every command to it or to the
 // site list; it decides nothing itself.
+class ResultFiles;
+
 class MainWindow : public QMainWindow {
     Q_OBJECT
   public:
@@ -45,6 +47,7 @@ class MainWindow : public QMainWindow {
     QtUserInterface& userInterface() { return ui; }
     ResultsView& resultsView() { return *results; }
     SEOTable& seoResultsView() { return *seoTable; }
+    ResultFiles& resultFilesCommands() { return *resultFiles; }
     SettingsForm& settingsForm() { return *settings; }
     QTableView* siteTable() const { return sitesTable; }
 
@@ -91,6 +94,7 @@ class MainWindow : public QMainWindow {
     ResultsView* results = nullptr;
     SitemapView* sitemapView = nullptr;
     ValidatorView* validatorView = nullptr;
+    ResultFiles* resultFiles = nullptr;
     QMainWindow* resultsWindow = nullptr;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;

@@ -96,26 +96,8 @@ class XmlReader {
     QXmlStreamReader xml;
 };
 
-// Text as XML can carry it. Control characters (but tab and line ends), unpaired surrogates
-// and U+FFFE/U+FFFF have no form in XML 1.0: written as they are, they would make the whole
-// file unreadable, so they are left out.
 std::string xmlText(const QString& text) {
-    QString out;
-    out.reserve(text.size());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
-        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            out.append(c);
-            out.append(text[++i]);
-            continue;
-        }
-        const char16_t u = c.unicode();
-        if ((u < 0x20 && u != '\t' && u != '\n' && u != '\r') || c.isSurrogate() || u == 0xFFFE ||
-            u == 0xFFFF)
-            continue;
-        out.append(c);
-    }
-    return out.toStdString();
+    return Plist::xmlCharacters(text).toStdString();
 }
 
 // Nodes are built with libplist's C interface, where a parent takes its children over: the
@@ -187,6 +169,25 @@ Node toNode(const QVariant& value) {
 } // namespace
 
 namespace Plist {
+
+QString xmlCharacters(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            out.append(c);
+            out.append(text[++i]);
+            continue;
+        }
+        const char16_t u = c.unicode();
+        if ((u < 0x20 && u != '\t' && u != '\n' && u != '\r') || c.isSurrogate() || u == 0xFFFE ||
+            u == 0xFFFF)
+            continue;
+        out.append(c);
+    }
+    return out;
+}
 
 bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error) {
     out.clear();

@@ -20,6 +20,10 @@ constexpr qint64 maxFileSize = 16 * 1024 * 1024;
 // leaves `out` empty, when the bytes are not such a list; `error` then says why.
 bool fromData(const QByteArray& bytes, QVariantMap& out, QString* error = nullptr);
 QByteArray toXml(const QVariantMap& dict);
+// Text as XML can carry it. Control characters (but tab and line ends), unpaired surrogates
+// and U+FFFE/U+FFFF have no form in XML 1.0: written as they are, they would make the whole
+// file unreadable, so they are left out.
+QString xmlCharacters(const QString& text);
 
 // Reads a file; false when it is missing, unreadable, not a regular file of at most
 // maxFileSize bytes, or not a dictionary. Never blocks on a FIFO or device.

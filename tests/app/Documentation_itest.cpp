@@ -35,6 +35,7 @@ TEST(Documentation, NamesWhatTheHelpOffers) {
         {{"sitemap", "--help-all"}, "^\\s+(?:-[a-z], )?(--[a-z0-9-]+)"},
         {{"seo", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"spelling", "--help-all"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
+        {{"open", "--help"}, "^\\s+(?:-h, )?(--[a-z0-9-]+)"},
         {{"sites", "--help"}, "(?:^  |, )([a-z][a-z-]+)(?= [A-Z]| {2})"},
         {{"prefs", "--help"}, "[\\[|] ?([a-z]+)"},
     };

@@ -13,3 +13,5 @@ int runSitemapCommand(const QStringList& args);
 int runValidateCommand(const QStringList& args);
 int runSeoCommand(const QStringList& args);
 int runSpellingCommand(const QStringList& args);
+int runOpenCommand(const QStringList& args);
+int runDiffCommand(const QStringList& args);

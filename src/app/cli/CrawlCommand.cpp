@@ -12,6 +12,7 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
 #include "crawl/LinkCheckerHub.h"
+#include "reports/CrawlDatabase.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -51,6 +52,7 @@ bool readOptions(const CrawlJob& job, const QStringList& args, QCommandLineParse
         {"user-agent", "User-Agent header to send.", "TEXT"},
         {"header", "Extra request header 'Name: value' (up to three).", "HEADER"},
         {"json", "Write one JSON object per record to FILE ('-' for standard output).", "FILE"},
+        {"save", "Save the results to FILE.plist, for 'trellium open' and 'trellium diff'.", "FILE"},
         {"images", "Check images too."},
         {"ignore-query", "URLs that differ only in their query are one link (internal links)."},
         {"keep-slash", "A final slash makes a URL different."},
@@ -195,6 +197,11 @@ bool readOptions(const CrawlJob& job, const QStringList& args, QCommandLineParse
         std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(out.jsonPath), qPrintable(why));
         return false;
     }
+    const QString savePath = CliInput::expandTilde(parser.value("save"));
+    if (!savePath.isEmpty() && !CliInput::isWritableFile(savePath, &why)) {
+        std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(savePath), qPrintable(why));
+        return false;
+    }
     QString reportError;
     if (!checkReportOptions(parser, &reportError) ||
         !readOutputOptions(parser, out.jsonPath == "-", out.output, &reportError) ||
@@ -281,6 +288,12 @@ int runCrawlJob(const QStringList& args, const CrawlJob& job) {
 
     if (!feed.finish(hub, &why)) {
         std::fprintf(stderr, "%s: cannot write %s: %s\n", name, qPrintable(options.jsonPath),
+                     qPrintable(why));
+        context.filesFailed = true;
+    }
+    const QString savePath = CliInput::expandTilde(parser.value("save"));
+    if (!savePath.isEmpty() && !CrawlDatabase::writeToLocation(savePath, hub, seo, true, false, &why)) {
+        std::fprintf(stderr, "%s: cannot save the results to %s: %s\n", name, qPrintable(savePath),
                      qPrintable(why));
         context.filesFailed = true;
     }

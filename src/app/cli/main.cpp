@@ -22,6 +22,8 @@ const char* usage = "usage: trellium COMMAND [ARGS]\n"
                     "  prefs [SUBCOMMAND]         show and change the global preferences\n"
                     "  spelling URL|PATH [options] check the spelling (and grammar) of a site's pages\n"
                     "  spelling --learn WORD      add a word to the personal word list\n"
+                    "  open FILE.plist [options]  show and report a crawl saved with --save\n"
+                    "  diff OLD.plist NEW.plist   what broke and what was fixed between two saved crawls\n"
                     "\n"
                     "Run 'trellium COMMAND --help' for the options of a command. Every command also\n"
                     "takes --version. 'man trellium' tells more.\n";
@@ -64,6 +66,10 @@ int main(int argc, char** argv) {
         return runValidateCommand(args);
     if (command == "spelling")
         return runSpellingCommand(args);
+    if (command == "open")
+        return runOpenCommand(args);
+    if (command == "diff")
+        return runDiffCommand(args);
     std::fprintf(stderr, "trellium: unknown command '%s'\n\n%s", qPrintable(command), usage);
     return 2;
 }
