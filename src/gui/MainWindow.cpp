@@ -1,7 +1,9 @@
 #include "gui/MainWindow.h"
 
 #include "config/SiteStore.h"
+#include "gui/AboutBox.h"
 #include "gui/ItemModels.h"
+#include "gui/MainToolBar.h"
 #include "gui/PreferencesDialog.h"
 #include "gui/ResultsView.h"
 #include "gui/SettingsForm.h"
@@ -9,6 +11,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -436,7 +439,6 @@ QWidget* MainWindow::makeTasksPage() {
         grid->addWidget(button, i / 2, i % 2);
         ++i;
     }
-    taskButtons.value(NewUIController::linksButton)->setShortcut(QKeySequence("Ctrl+L"));
     layout->addLayout(grid);
     auto* actions = new QPushButton("On-finish actions and schedule…");
     actions->setObjectName("actionsButton");
@@ -450,11 +452,32 @@ QWidget* MainWindow::makeTasksPage() {
         s->setContext(Qt::WidgetWithChildrenShortcut);
         connect(s, &QShortcut::activated, this, f);
     };
-    shortcut(Qt::Key_Up, [this] { controller.upArrow(); });
-    shortcut(Qt::Key_Down, [this] { controller.downArrow(); });
-    shortcut(Qt::Key_Return, [this] { controller.goKey(); });
-    shortcut(Qt::Key_Enter, [this] { controller.goKey(); });
+    shortcut(Qt::Key_Up, [this] { moveTaskFocus(true); });
+    shortcut(Qt::Key_Down, [this] { moveTaskFocus(false); });
+    shortcut(Qt::Key_Return, [this] { pressFocusedTask(); });
+    shortcut(Qt::Key_Enter, [this] { pressFocusedTask(); });
     return page;
+}
+
+// The ring of the arrow keys and the keyboard focus are one: a task reached either way is
+// the one Enter presses.
+void MainWindow::moveTaskFocus(bool up) {
+    up ? controller.upArrow() : controller.downArrow();
+    if (controller.focusRingShown && controller.taskTabPosition >= 0)
+        if (QPushButton* button =
+                taskButtons.value(NewUIController::goButtonArray[controller.taskTabPosition]))
+            button->setFocus(Qt::TabFocusReason);
+}
+
+void MainWindow::pressFocusedTask() {
+    for (auto it = taskButtons.begin(); it != taskButtons.end(); ++it) {
+        if (it.value()->hasFocus()) {
+            if (it.value()->isEnabled())
+                it.value()->click();
+            return;
+        }
+    }
+    controller.goKey();
 }
 
 // ---------------------------------------------------------------- step 4
@@ -516,13 +539,21 @@ void MainWindow::makeMenus() {
     file->addAction("Export Settings…", QKeySequence("Ctrl+Shift+E"), this,
                     [this] { app.getConfigManager().exportMenuItem(); });
     file->addSeparator();
-    file->addAction("Preferences…", QKeySequence::Preferences, this, [this] { showPreferences(); });
+    // The platform's key for preferences is empty on Linux desktops; Ctrl+, is the common one.
+    file->addAction("Preferences…", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
     file->addSeparator();
     file->addAction("Quit", QKeySequence::Quit, this, [this] { close(); });
 
     QMenu* crawl = menuBar()->addMenu("&Crawl");
-    crawl->addAction("Check Links", QKeySequence("Ctrl+L"), this,
-                     [this] { controller.pressTaskButton(NewUIController::linksButton); });
+    crawl->addAction("Check Links", QKeySequence("Ctrl+L"), this, [this] {
+        // Without a site the crawl would have no address and the window would wait on progress.
+        if (app.getConfigManager().getSelectedRow() < 0) {
+            controller.sites();
+            statusBar()->showMessage("Select or create a site first; then Check Links crawls it.");
+            return;
+        }
+        controller.pressTaskButton(NewUIController::linksButton);
+    });
     crawlAction = crawl->addAction("Pause", QKeySequence("Ctrl+P"), this, [this] {
         if (app.getHub().getCrawlState() == LinkCheckerHub::CrawlState::Running ||
             app.startControlTitle() == "Continue")
@@ -568,6 +599,22 @@ void MainWindow::makeMenus() {
         if (nextButton->isEnabled())
             controller.next();
     });
+
+    QMenu* help = menuBar()->addMenu("&Help");
+    help->addAction("Trellium Manual (README)", QKeySequence::HelpContents, this,
+                    [] { QDesktopServices::openUrl(AboutBox::readmeUrl()); });
+    help->addAction("About Trellium", this, [this] {
+        auto* about = new AboutBox(this);
+        about->setAttribute(Qt::WA_DeleteOnClose);
+        about->show();
+    });
+
+    toolBar = new MainToolBar(app, controller, this);
+    toolBar->exportResults = [this] {
+        results->reloadData(true);
+        results->exportAsCSVMenuItem();
+    };
+    addToolBar(Qt::TopToolBarArea, toolBar);
 }
 
 // ---------------------------------------------------------------- drawing the state
@@ -634,6 +681,7 @@ void MainWindow::refresh() {
     crawlAction->setText(title == "Continue" ? "Continue" : "Pause");
     partialResultsButton->setEnabled(controller.partialResultsMenuItemEnabled());
     partialResultsMenuItem->setEnabled(controller.partialResultsMenuItemEnabled());
+    toolBar->refresh();
     for (QAction* action : resultsActions)
         action->setEnabled(tab == "5" || (resultsWindow && resultsWindow->isVisible()));
 }

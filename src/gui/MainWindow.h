@@ -17,6 +17,7 @@ class QPushButton;
 class QStackedWidget;
 class QTableView;
 class QTreeView;
+class MainToolBar;
 class ResultsView;
 class SettingsForm;
 class SiteListModel;
@@ -58,6 +59,8 @@ class MainWindow : public QMainWindow {
     QWidget* makeSitesPage();
     QWidget* makeTasksPage();
     QWidget* makeProgressPage();
+    void moveTaskFocus(bool up);
+    void pressFocusedTask();
     void makeMenus();
     void refresh();
     void reloadSites();
@@ -100,4 +103,5 @@ class MainWindow : public QMainWindow {
     QAction* crawlAction = nullptr;
     QAction* partialResultsMenuItem = nullptr;
     QList<QAction*> resultsActions;
+    MainToolBar* toolBar = nullptr;
 };
