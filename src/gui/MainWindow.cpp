@@ -2,10 +2,13 @@
 
 #include "config/SiteStore.h"
 #include "gui/AboutBox.h"
+#include "gui/FieldChecks.h"
 #include "gui/ItemModels.h"
 #include "gui/MainToolBar.h"
 #include "gui/PreferencesDialog.h"
+#include "gui/ResultsNotice.h"
 #include "gui/ResultsView.h"
+#include "gui/SettingsFileIntake.h"
 #include "gui/SettingsForm.h"
 
 #include <QApplication>
@@ -113,6 +116,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
+    resultsNotice = new ResultsNotice;
+    resultsLayout->addWidget(resultsNotice);
     resultsLayout->addWidget(results);
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
@@ -169,10 +174,15 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         refresh();
     };
     ui.onCrawlHasContinued = [this] { controller.crawlHasContinued(); };
-    ui.onCrawlDidntGetOffGround = [this] { controller.crawlDidntGetOffGround(); };
+    ui.onCrawlDidntGetOffGround = [this] {
+        resultsBelongToSelectedSite();
+        controller.crawlDidntGetOffGround();
+    };
     ui.onCrawlCommandsChanged = [this](bool stopped) {
-        if (!stopped && app.getHub().getNumberDone() == 0)
+        if (!stopped && app.getHub().getNumberDone() == 0) {
             results->resetFilter();
+            resultsBelongToSelectedSite();
+        }
         refresh();
     };
     // Views reload when a crawl stops or ends, never per record while it runs.
@@ -189,6 +199,12 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     ui.onShowResults = [this](int action) {
         results->reloadData(true);
         controller.displayResults(action);
+        // A run with on-finish actions shows no results and ends on the progress step; the
+        // person must be able to move on from there.
+        if (controller.getSelectedTab() == "4") {
+            controller.previousButtonEnabled = true;
+            refresh();
+        }
     };
     controller.changed = [this] { refresh(); };
     controller.showResultsWindow = [this](const QString& kind) { showResultsWindow(kind); };
@@ -233,14 +249,27 @@ void MainWindow::start(const QStringList& files) {
     reloadSites();
     settings->load();
     for (const QString& file : files)
-        app.applicationOpenFile(file);
+        if (admitSettingsFile(app.getConfigManager(), ui, file, true))
+            app.applicationOpenFile(file);
     app.applicationDidFinishLaunching();
     refresh();
 }
 
 void MainWindow::openFile(const QString& path) {
-    app.applicationOpenFile(QFileInfo(path).absoluteFilePath());
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (admitSettingsFile(app.getConfigManager(), ui, absolute, true)) {
+        reloadSites();
+        app.applicationOpenFile(absolute);
+    }
+    reloadSites();
     refresh();
+}
+
+// A new crawl, or one that could not start, replaces the rows on show: the views drop the old
+// ones at once rather than show them under the new site's name.
+void MainWindow::resultsBelongToSelectedSite() {
+    resultsSite = app.getConfigManager().getNameOfSelectedSite();
+    results->reloadData(true);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -340,24 +369,38 @@ void MainWindow::beginNewDialog(const QString& url) {
     urlField->setMinimumWidth(380);
     auto* nameField = new QLineEdit;
     nameField->setObjectName("newSiteName");
-    nameField->setPlaceholderText("optional");
-    auto* hint = new QLabel("Enter the address where the crawl starts.");
+    nameField->setPlaceholderText("optional: the URL if left empty");
+    auto* hint = new QLabel;
+    hint->setObjectName("newSiteHint");
+    hint->setWordWrap(true);
     hint->setStyleSheet("color: #b3261e;");
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     form->addRow("Starting URL:", urlField);
     form->addRow("Name:", nameField);
     form->addRow("", hint);
     form->addRow(buttons);
-    auto check = [urlField, hint, buttons] {
-        const bool empty = urlField->text().trimmed().isEmpty();
-        hint->setVisible(empty);
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(!empty);
+    // The list tells sites apart by name: two of one name would show one site twice, and the
+    // second row would act on the first site's file.
+    const QStringList names = app.getConfigManager().store().nameCollection;
+    auto check = [urlField, nameField, hint, buttons, names] {
+        const QString url = urlField->text().trimmed();
+        const QString name = nameField->text().trimmed().isEmpty() ? url : nameField->text().trimmed();
+        QString problem = startingUrlProblem(url);
+        if (problem.isEmpty() && names.contains(name))
+            problem =
+                QString("A site named \"%1\" exists already; give this one a name of its own.").arg(name);
+        hint->setText(problem);
+        hint->setVisible(!problem.isEmpty());
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(problem.isEmpty());
     };
     check();
     connect(urlField, &QLineEdit::textChanged, dialog, check);
+    connect(nameField, &QLineEdit::textChanged, dialog, check);
     connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
     connect(buttons, &QDialogButtonBox::accepted, dialog, [this, dialog, urlField, nameField] {
-        if (!app.getConfigManager().newSheetOK(urlField->text().trimmed(), nameField->text().trimmed()))
+        const QString url = urlField->text().trimmed();
+        const QString name = nameField->text().trimmed();
+        if (!app.getConfigManager().newSheetOK(url, name.isEmpty() ? url : name))
             return;
         reloadSites();
         settings->load();
@@ -395,8 +438,14 @@ void MainWindow::openListDialog() {
     if (path.isEmpty())
         return;
     if (QFileInfo(path).suffix() == "lcsettings") {
-        app.openPanelDidEnd(path);
+        if (admitSettingsFile(app.getConfigManager(), ui, path, false)) {
+            app.openPanelDidEnd(path);
+            statusBar()->showMessage(
+                QString("Opened %1: the site %2 is selected, and saving writes to that file.")
+                    .arg(QFileInfo(path).fileName(), app.getConfigManager().getNameOfSelectedSite()));
+        }
         reloadSites();
+        settings->load();
         refresh();
     } else {
         beginNewDialog(QUrl::fromLocalFile(path).toString());
@@ -631,8 +680,13 @@ void MainWindow::refresh() {
         const QSignalBlocker blocker(stepBar);
         stepBar->setCurrentRow(index);
     }
-    setWindowTitle(controller.getWindowTitle());
-    stepHeading->setText(controller.getWindowTitle());
+    // The results step is titled after the site the results came from, which need not be the
+    // selected one.
+    const QString heading = tab == "5" && controller.getResultsView() == "linksResultsView"
+                                ? NewUIController::titleFormatForAction(1).arg(resultsSite)
+                                : controller.getWindowTitle();
+    setWindowTitle(heading);
+    stepHeading->setText(heading);
     previousButton->setEnabled(controller.previousButtonEnabled);
     nextButton->setEnabled(controller.nextButtonEnabled);
 
@@ -682,6 +736,7 @@ void MainWindow::refresh() {
     partialResultsButton->setEnabled(controller.partialResultsMenuItemEnabled());
     partialResultsMenuItem->setEnabled(controller.partialResultsMenuItemEnabled());
     toolBar->refresh();
+    resultsNotice->update(resultsSite, config.getNameOfSelectedSite(), hub.getCrawlState());
     for (QAction* action : resultsActions)
         action->setEnabled(tab == "5" || (resultsWindow && resultsWindow->isVisible()));
 }

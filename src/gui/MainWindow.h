@@ -18,6 +18,7 @@ class QStackedWidget;
 class QTableView;
 class QTreeView;
 class MainToolBar;
+class ResultsNotice;
 class ResultsView;
 class SettingsForm;
 class SiteListModel;
@@ -61,6 +62,7 @@ class MainWindow : public QMainWindow {
     QWidget* makeProgressPage();
     void moveTaskFocus(bool up);
     void pressFocusedTask();
+    void resultsBelongToSelectedSite();
     void makeMenus();
     void refresh();
     void reloadSites();
@@ -104,4 +106,6 @@ class MainWindow : public QMainWindow {
     QAction* partialResultsMenuItem = nullptr;
     QList<QAction*> resultsActions;
     MainToolBar* toolBar = nullptr;
+    ResultsNotice* resultsNotice = nullptr;
+    QString resultsSite; // the name of the site whose crawl the views show
 };

@@ -28,6 +28,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
+#include <QTreeView>
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -99,10 +100,17 @@ class WindowFaultsTest : public testing::Test {
         return nullptr;
     }
 
+    // A settings file with every key, as the window writes and exports them.
+    static void writeSettings(const QString& path, const QString& url, const QString& name) {
+        QVariantMap site = KestConfigManager::compileBlankDict();
+        site.insert("url", url);
+        site.insert("name", name);
+        ASSERT_TRUE(Plist::writeFile(path, site));
+    }
     // A site on disk, as a previous session left it.
     static void storeSite(const QString& filename, const QString& url, const QString& name) {
         QDir().mkpath(SiteStore::storePath());
-        ASSERT_TRUE(Plist::writeFile(SiteStore::pathForFilename(filename), {{"url", url}, {"name", name}}));
+        writeSettings(SiteStore::pathForFilename(filename), url, name);
     }
 
     void newSite(const QString& url, const QString& name) {
@@ -287,6 +295,161 @@ TEST_F(WindowFaultsTest, HelpMenuOpensReadmeAndAbout) {
     for (const char* word : {"Trellium 5.", "Qt", "libcurl", "libplist", "Enchant", "link-grammar", "poppler",
                              "LGPL", "GPL 2.0"})
         EXPECT_TRUE(text.contains(word)) << word;
+}
+
+// Results belong to the site they were crawled from: a failed start on another site shows
+// none of the first site's rows under its heading, and during a crawl the step says so.
+TEST_F(WindowFaultsTest, ResultsNeverShownUnderTheWrongSite) {
+    storeSite("x", server.url("/"), "Site X");
+    storeSite("y", "http://exa mple.com/", "Site Y");
+    startWindow();
+    config().selectSiteWithFilename("x");
+    toTasks();
+    linksTask()->click();
+    ASSERT_TRUE(waitUntil([&] { return controller().getSelectedTab() == "5"; }));
+    auto* notice = window->findChild<QLabel*>("resultsNotice");
+    ASSERT_NE(notice, nullptr);
+    EXPECT_TRUE(notice->isHidden()) << notice->text().toStdString();
+
+    config().selectSiteWithFilename("y");
+    toTasks();
+    window->userInterface().answersAhead = {0}; // "Unsupported url"
+    linksTask()->click();
+    idle();
+    ASSERT_EQ(controller().getSelectedTab(), "3");
+    controller().results();
+    idle();
+    EXPECT_TRUE(window->findChild<QLabel*>("stepHeading")->text().startsWith("Site Y"))
+        << window->findChild<QLabel*>("stepHeading")->text().toStdString();
+    QAbstractItemModel* byLink = window->resultsView().byLinkTree()->model();
+    for (int r = 0; r < byLink->rowCount(); ++r)
+        EXPECT_FALSE(byLink->index(r, 1).data().toString().startsWith(server.baseUrl()))
+            << "X's row under Y: " << byLink->index(r, 1).data().toString().toStdString();
+
+    // Back to X: the old results are X's; a new crawl's step 5 says it runs and shows no old rows.
+    config().selectSiteWithFilename("x");
+    controller().results();
+    idle();
+    EXPECT_FALSE(notice->isHidden());
+    EXPECT_TRUE(notice->text().contains("Site Y")) << notice->text().toStdString();
+    toTasks();
+    newCrawlOn();
+    server.setResponseDelay("/a.html", 1500);
+    linksTask()->click();
+    ASSERT_TRUE(waitUntil([&] { return server.requestsFor("/a.html").size() == 1; }));
+    controller().results();
+    idle();
+    EXPECT_FALSE(notice->isHidden());
+    EXPECT_TRUE(notice->text().contains("running")) << notice->text().toStdString();
+    EXPECT_LE(byLink->rowCount(), 1) << "the rows of the crawl before";
+}
+
+// Two sites made without a name are two rows with their own URLs; deleting the second deletes
+// its own file.
+TEST_F(WindowFaultsTest, UnnamedSitesKeepTheirOwnRowsAndFiles) {
+    startWindow();
+    const QString a = server.url("/"), b = server.url("/other/");
+    newSite(a, "");
+    const QString fileA = SiteStore::pathForFilename(config().getSelectedConfigFilename());
+    newSite(b, "");
+    const QString fileB = SiteStore::pathForFilename(config().getSelectedConfigFilename());
+    ASSERT_NE(fileA, fileB);
+    QAbstractItemModel* sites = window->siteTable()->model();
+    ASSERT_EQ(sites->rowCount(), 2);
+    QStringList urls;
+    int rowOfB = -1;
+    for (int r = 0; r < 2; ++r) {
+        urls.append(sites->index(r, 1).data().toString());
+        EXPECT_FALSE(sites->index(r, 0).data().toString().isEmpty()) << "a name to tell them apart";
+        if (urls.last() == b)
+            rowOfB = r;
+    }
+    EXPECT_TRUE(urls.contains(a) && urls.contains(b)) << urls.join(" ").toStdString();
+    ASSERT_GE(rowOfB, 0);
+    window->siteTable()->selectRow(rowOfB);
+    idle();
+    window->userInterface().answersAhead = {0}; // "Continue"
+    window->deleteMenuItem();
+    EXPECT_TRUE(QFile::exists(fileA)) << "A's file survives";
+    EXPECT_FALSE(QFile::exists(fileB));
+
+    // A name another site has is refused at the field, with the reason.
+    button("sitesNew")->click();
+    idle();
+    auto* dialog = window->findChild<QDialog*>("newSiteDialog");
+    dialog->findChild<QLineEdit*>("newSiteUrl")->setText(a);
+    dialog->findChild<QLineEdit*>("newSiteName")->setText("");
+    EXPECT_FALSE(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled());
+    EXPECT_TRUE(dialog->findChild<QLabel*>("newSiteHint")->text().contains("already"))
+        << dialog->findChild<QLabel*>("newSiteHint")->text().toStdString();
+    dialog->reject();
+}
+
+// A settings file handed to the window: one that matches no stored site is offered as a new
+// site instead of crawling whichever site is selected.
+TEST_F(WindowFaultsTest, SettingsFileThatMatchesNoSite) {
+    storeSite("demo", server.url("/"), "Demo");
+    const QString edited = home.path() + "/edited.lcsettings";
+    writeSettings(edited, server.url("/other/"), "Other");
+    window = std::make_unique<MainWindow>();
+    window->show();
+    window->userInterface().answersAhead = {1}; // "Cancel"
+    window->start({edited});
+    idle(300);
+    EXPECT_TRUE(window->userInterface().answersAhead.isEmpty()) << "the person was asked";
+    EXPECT_TRUE(server.requestsFor("/").isEmpty()) << "the selected site was crawled instead";
+    EXPECT_NE(hub().getCrawlState(), LinkCheckerHub::CrawlState::Running);
+
+    // Added: the new site is the file's, and its crawl runs.
+    window->userInterface().answersAhead = {0};
+    window->openFile(edited);
+    ASSERT_TRUE(waitUntil([&] { return hub().isCrawlFinished(); }));
+    EXPECT_EQ(config().getNameOfSelectedSite(), "Other");
+    EXPECT_GE(server.requestsFor("/other/").size(), 1);
+    EXPECT_TRUE(server.requestsFor("/").isEmpty());
+}
+
+// File > Open with a settings file: a matching one selects its site and says so; one that
+// matches nothing is offered as a new site.
+TEST_F(WindowFaultsTest, OpenCommandWithSettingsFile) {
+    storeSite("demo", server.url("/"), "Demo");
+    startWindow();
+    const QString same = home.path() + "/same.lcsettings";
+    writeSettings(same, server.url("/"), "Demo");
+    window->userInterface().filesAhead = {same};
+    window->openListDialog();
+    idle();
+    EXPECT_EQ(config().getNameOfSelectedSite(), "Demo");
+    EXPECT_TRUE(window->statusBar()->currentMessage().contains("Demo"))
+        << window->statusBar()->currentMessage().toStdString();
+
+    const QString other = home.path() + "/other.lcsettings";
+    writeSettings(other, server.url("/other/"), "Other");
+    window->userInterface().filesAhead = {other};
+    window->userInterface().answersAhead = {0}; // add it
+    window->openListDialog();
+    idle();
+    EXPECT_TRUE(window->userInterface().answersAhead.isEmpty());
+    EXPECT_EQ(config().getNameOfSelectedSite(), "Other");
+    EXPECT_EQ(config().getUrlOfSelectedSite(), server.url("/other/"));
+    EXPECT_TRUE(server.requestsFor("/other/").isEmpty()) << "opening is no crawl";
+}
+
+// The exported file of the selected site handed to the running window crawls it and leaves
+// the window where the person can move on.
+TEST_F(WindowFaultsTest, ExportedFileToRunningWindowCrawls) {
+    storeSite("demo", server.url("/"), "Demo");
+    startWindow();
+    config().selectSiteWithFilename("demo");
+    const QString exported = home.path() + "/demo.lcsettings";
+    ASSERT_TRUE(config().exportSettingsTo(exported));
+    toTasks();
+    window->openFile(exported);
+    ASSERT_TRUE(waitUntil([&] { return hub().isCrawlFinished(); }));
+    idle(300);
+    EXPECT_GE(server.requestsFor("/a.html").size(), 1);
+    EXPECT_EQ(config().getStatus(), "3 of 3 links checked, 1 bad");
+    EXPECT_TRUE(button("previousButton")->isEnabled()) << "not stuck on scanning";
 }
 
 #include "WindowFaults_test.moc"
