@@ -42,3 +42,18 @@ QString ruleTermProblem(bool doNotCheck, const QString& term) {
                    "applies nearly everywhere. Use two characters or more.")
         .arg(t);
 }
+
+QString numberProblem(const QString& typed, double minimum, double maximum, bool whole,
+                      bool minimumExcluded) {
+    const QString range = minimumExcluded ? QString("more than %1 and up to %2").arg(minimum).arg(maximum)
+                                          : QString("from %1 to %2").arg(minimum).arg(maximum);
+    const QString wanted = QString("Enter a %1 %2.").arg(whole ? "whole number" : "number", range);
+    const QString text = typed.trimmed();
+    bool ok = false;
+    const double value = whole ? double(text.toLongLong(&ok)) : text.toDouble(&ok);
+    if (text.isEmpty() || !ok)
+        return wanted;
+    if (value < minimum || (minimumExcluded && value == minimum) || value > maximum)
+        return QString("%1 is out of range. %2").arg(text, wanted);
+    return {};
+}

@@ -12,3 +12,8 @@ QString startingUrlProblem(const QString& text);
 // A term of a rule of one character: "Do not check" skips it, so it never matches; the
 // follow rules match it in nearly every address.
 QString ruleTermProblem(bool doNotCheck, const QString& term);
+
+// A number typed into a field with a range; `whole` refuses a fraction. The reason names the
+// range, and the text typed when it lies outside.
+QString numberProblem(const QString& text, double minimum, double maximum, bool whole,
+                      bool minimumExcluded = false);

@@ -10,6 +10,7 @@
 #include "gui/ResultsView.h"
 #include "gui/SettingsFileIntake.h"
 #include "gui/SettingsForm.h"
+#include "views/LabelColours.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -574,6 +575,12 @@ void MainWindow::showProgress(qint64 done, qint64 total, const QString& line) {
     progressBar->setRange(0, total > 0 ? int(qMin<qint64>(total, INT_MAX)) : 0);
     progressBar->setValue(int(qMin<qint64>(done, INT_MAX)));
     progressLine->setText(line);
+    // The count takes the 2xx colour while no link is bad and the 4xx colour once one is.
+    const LabelColour colour = KestLabelColours::labelColorForConstant(
+        app.getHub().getBadCollectionCount() < 1 ? 1 : 3, app.getPreferences());
+    progressLine->setStyleSheet(QString("QLabel { background: %1; color: %2; padding: 4px 8px; }")
+                                    .arg(backgroundForColour(colour).value<QColor>().name(QColor::HexArgb),
+                                         foregroundForColour(colour).value<QColor>().name()));
     statusBar()->showMessage(line);
 }
 

@@ -1,5 +1,6 @@
 // Faults found when the window was tried as a new user would, each driven through the real
 // window offscreen against the local test server; and the toolbar and field checks.
+#include "config/Preferences.h"
 #include "config/SiteStore.h"
 #include "gui/ItemModels.h"
 #include "gui/MainToolBar.h"
@@ -25,6 +26,7 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -450,6 +452,169 @@ TEST_F(WindowFaultsTest, ExportedFileToRunningWindowCrawls) {
     EXPECT_GE(server.requestsFor("/a.html").size(), 1);
     EXPECT_EQ(config().getStatus(), "3 of 3 links checked, 1 bad");
     EXPECT_TRUE(button("previousButton")->isEnabled()) << "not stuck on scanning";
+}
+
+// Number fields refuse what lies outside their range and say the range; digits typed on the
+// way to a refused number never stay behind as the setting.
+TEST_F(WindowFaultsTest, NumberFieldsRefuseOutOfRange) {
+    storeSite("demo", server.url("/"), "Demo");
+    startWindow();
+    config().selectSiteWithFilename("demo");
+    controller().settings();
+    idle();
+    SettingsForm& form = window->settingsForm();
+    struct Case {
+        const char* key;
+        const char* typed;
+        bool taken;
+        const char* said;
+    };
+    const Case cases[] = {
+        {"numberOfThreads", "99999", false, "1 to 100"},
+        {"numberOfThreads", "0", false, "1 to 100"},
+        {"numberOfThreads", "100", true, ""},
+        {"timeOut", "0", false, "more than 0"},
+        {"timeOut", "0.5", true, ""},
+        {"delay", "0", true, ""},
+    };
+    for (const Case& c : cases) {
+        QLineEdit* edit = form.lineEditForKey(c.key);
+        const QString before = config().stringForKey(c.key);
+        edit->setFocus();
+        edit->selectAll();
+        QTest::keyClicks(edit, c.typed);
+        auto* hint = window->findChild<QLabel*>(QString(c.key) + "Hint");
+        EXPECT_EQ(edit->text(), c.typed) << c.key << " shows what was typed";
+        EXPECT_EQ(hint->isHidden(), c.taken) << c.key << " " << c.typed;
+        EXPECT_TRUE(hint->text().contains(c.said)) << hint->text().toStdString();
+        EXPECT_EQ(config().stringForKey(c.key), c.taken ? QString(c.typed) : before)
+            << c.key << " " << c.typed;
+        window->findChild<QLineEdit*>("name")->setFocus(); // leaving the field
+        idle(30);
+        if (!c.taken) {
+            EXPECT_EQ(edit->text(), before) << "the kept value shows again";
+        }
+    }
+    // Leaving the step saves the kept value, not the digits on the way to 99999.
+    QLineEdit* threads = form.lineEditForKey("numberOfThreads");
+    threads->setFocus();
+    threads->selectAll();
+    QTest::keyClicks(threads, "99999");
+    controller().jobSelection();
+    EXPECT_EQ(Plist::readFile(SiteStore::pathForFilename("demo")).value("numberOfThreads").toString(), "100");
+
+    // The preferences: 0 is no number of links, while 0 levels reads the starting page only.
+    window->showPreferences();
+    idle();
+    auto* preferences = window->findChild<QDialog*>("preferences");
+    Preferences& prefs = window->appDelegate().getPreferences();
+    const int links = prefs.intValue("linkslimit");
+    QLineEdit* linksField = preferences->findChild<QLineEdit*>("linkslimit");
+    linksField->selectAll();
+    linksField->setFocus();
+    QTest::keyClicks(linksField, "0");
+    EXPECT_FALSE(preferences->findChild<QLabel*>("linkslimitHint")->isHidden());
+    EXPECT_TRUE(preferences->findChild<QLabel*>("linkslimitHint")->text().contains("from 1 to"));
+    EXPECT_EQ(prefs.intValue("linkslimit"), links);
+    QLineEdit* levels = preferences->findChild<QLineEdit*>("levelslimit");
+    levels->selectAll();
+    levels->setFocus();
+    QTest::keyClicks(levels, "0");
+    EXPECT_TRUE(preferences->findChild<QLabel*>("levelslimitHint")->isHidden());
+    EXPECT_EQ(prefs.intValue("levelslimit"), 0);
+}
+
+// Checks at the field: the starting URL as it is typed, and rules of one character.
+TEST_F(WindowFaultsTest, FieldsSayWhatIsWrong) {
+    storeSite("demo", server.url("/"), "Demo");
+    startWindow();
+    struct Case {
+        const char* url;
+        const char* said; // "" for a URL that is taken
+    };
+    const Case cases[] = {
+        {"", "Enter the address"},     {"ftp://example.com/", "\"ftp\" can't be crawled"},
+        {"http:///path", "no host"},   {"http://exa mple.com/", "no valid host"},
+        {"/home/me/site", "file URL"}, {"file:///no/such/folder/here", "no file or folder"},
+        {"www.example.com", ""},       {"https://www.example.com:8443/shop/", ""},
+    };
+    button("sitesNew")->click();
+    idle();
+    auto* dialog = window->findChild<QDialog*>("newSiteDialog");
+    auto* ok = dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    auto* hint = dialog->findChild<QLabel*>("newSiteHint");
+    for (const Case& c : cases) {
+        dialog->findChild<QLineEdit*>("newSiteUrl")->setText(c.url);
+        const bool good = QString(c.said).isEmpty();
+        EXPECT_EQ(ok->isEnabled(), good) << c.url;
+        EXPECT_EQ(hint->isVisibleTo(dialog), !good) << c.url;
+        EXPECT_TRUE(hint->text().contains(c.said)) << c.url << ": " << hint->text().toStdString();
+    }
+    dialog->reject();
+
+    // In the settings a refused URL is not saved, and the reason shows beside it.
+    config().selectSiteWithFilename("demo");
+    controller().settings();
+    idle();
+    auto* url = window->findChild<QLineEdit*>("url");
+    url->setFocus();
+    url->selectAll();
+    QTest::keyClicks(url, "ftp://x/");
+    window->findChild<QLineEdit*>("name")->setFocus();
+    idle(30);
+    EXPECT_FALSE(window->findChild<QLabel*>("hint")->isHidden());
+    EXPECT_EQ(config().getUrlOfSelectedSite(), server.url("/"));
+
+    // A rule of one character: flagged as typed, and in the table once added.
+    auto* term = window->findChild<QLineEdit*>("ruleTerm");
+    auto* ruleHint = window->findChild<QLabel*>("ruleHint");
+    term->setText("/");
+    EXPECT_FALSE(ruleHint->isHidden());
+    EXPECT_TRUE(ruleHint->text().contains("never matches")) << ruleHint->text().toStdString();
+    term->setText("/private/");
+    EXPECT_TRUE(ruleHint->isHidden());
+    window->settingsForm().addBlacklistRule("Do not follow", "x");
+    QTableWidget* rules = window->settingsForm().ruleTable();
+    ASSERT_EQ(rules->rowCount(), 1);
+    EXPECT_TRUE(rules->item(0, 2)->toolTip().contains("nearly everywhere"));
+
+    // The two robots.txt switches each say how they relate to the other.
+    EXPECT_TRUE(window->findChild<QLabel*>("blacklistByRobotsTxtNote")->text().contains("Read robots.txt"));
+    window->showPreferences();
+    idle();
+    EXPECT_TRUE(window->findChild<QLabel*>("checkRobotstxtNote")->text().contains("Obey robots.txt"));
+    EXPECT_TRUE(window->findChild<QLabel*>("coloursNote")->text().contains("2xx"));
+}
+
+// Exports: the save dialog offers the format's filter, and the by-link CSV indents child rows
+// with a tab inside the URL field, as the outline exports are written.
+TEST_F(WindowFaultsTest, ExportFilterAndOutlineIndent) {
+    storeSite("demo", server.url("/"), "Demo");
+    startWindow();
+    config().selectSiteWithFilename("demo");
+    toTasks();
+    linksTask()->click();
+    ASSERT_TRUE(waitUntil([&] { return controller().getSelectedTab() == "5"; }));
+
+    QStringList filters;
+    QTimer::singleShot(300, [&] {
+        if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+            filters = dialog->nameFilters();
+            dialog->reject();
+        }
+    });
+    window->resultsView().exportAsCSVMenuItem();
+    ASSERT_FALSE(filters.isEmpty()) << "a save dialog was shown";
+    EXPECT_EQ(filters.first(), "CSV files (*.csv)");
+
+    window->resultsView().byLinkTree()->expandAll();
+    const QString csv = home.path() + "/bylink.csv";
+    window->userInterface().filesAhead = {csv};
+    window->resultsView().exportAsCSVMenuItem();
+    QFile file(csv);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.contains(",\"\t")) << "a child row's URL field starts with a tab";
 }
 
 #include "WindowFaults_test.moc"
