@@ -441,15 +441,19 @@ TEST_F(WindowFaultsTest, OpenCommandWithSettingsFile) {
 // the window where the person can move on.
 TEST_F(WindowFaultsTest, ExportedFileToRunningWindowCrawls) {
     storeSite("demo", server.url("/"), "Demo");
+    storeSite("other", server.url("/other/"), "Other");
     startWindow();
     config().selectSiteWithFilename("demo");
     const QString exported = home.path() + "/demo.lcsettings";
     ASSERT_TRUE(config().exportSettingsTo(exported));
+    // Another site is selected when the file arrives.
+    config().selectSiteWithFilename("other");
     toTasks();
     window->openFile(exported);
     ASSERT_TRUE(waitUntil([&] { return hub().isCrawlFinished(); }));
     idle(300);
     EXPECT_GE(server.requestsFor("/a.html").size(), 1);
+    EXPECT_EQ(config().getNameOfSelectedSite(), "Demo");
     EXPECT_EQ(config().getStatus(), "3 of 3 links checked, 1 bad");
     EXPECT_TRUE(button("previousButton")->isEnabled()) << "not stuck on scanning";
 }
