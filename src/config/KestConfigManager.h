@@ -128,6 +128,9 @@ class KestConfigManager {
     // Selects the site that a settings file opened from outside stands for; later saves go
     // to that file until another site is selected.
     bool openSettings(const QString& path);
+    // The visible row of the stored site that an opened settings dictionary stands for: the same
+    // URL or name, and the same schedule. -1 for none.
+    int displayRowMatchingSettings(const QVariantMap& opened) const;
     bool didOpenSettings() const { return !settingsLoadedFromLocation.isEmpty(); }
     QString getSettingsLoadedFromLocation() const { return settingsLoadedFromLocation; }
 

@@ -349,7 +349,15 @@ bool KestConfigManager::openSettings(const QString& path) {
             ui->alert("Cannot open settings", QString("%1 is %2, not a settings file.").arg(path, kind));
         return false;
     }
-    const QVariantMap opened = Plist::readFile(path);
+    const int row = displayRowMatchingSettings(Plist::readFile(path));
+    if (row < 0)
+        return false;
+    selectRow(row);
+    settingsLoadedFromLocation = path;
+    return true;
+}
+
+int KestConfigManager::displayRowMatchingSettings(const QVariantMap& opened) const {
     auto sameText = [&](const QVariantMap& site, const char* key) {
         return site.value(key).toString() == opened.value(key).toString();
     };
@@ -367,11 +375,8 @@ bool KestConfigManager::openSettings(const QString& path) {
                                       intValue(opened.value("scheduleCalendarIntervalMatrix"));
         const bool sameSite = (site.contains("url") && opened.contains("url") && sameText(site, "url")) ||
                               (site.contains("name") && opened.contains("name") && sameText(site, "name"));
-        if (sameSchedule && sameSite) {
-            selectRow(row);
-            settingsLoadedFromLocation = path;
-            return true;
-        }
+        if (sameSchedule && sameSite)
+            return row;
     }
-    return false;
+    return -1;
 }

@@ -1,21 +1,28 @@
 #include "gui/MainWindow.h"
 
 #include "config/SiteStore.h"
+#include "gui/AboutBox.h"
+#include "gui/FieldChecks.h"
 #include "gui/ItemModels.h"
+#include "gui/MainToolBar.h"
 #include "gui/PreferencesDialog.h"
 #include "gui/ProgressPage.h"
 #include "gui/ResultFiles.h"
+#include "gui/ResultsNotice.h"
 #include "gui/ResultsView.h"
 #include "gui/SEOTable.h"
+#include "gui/SettingsFileIntake.h"
 #include "gui/SettingsForm.h"
 #include "gui/SitemapView.h"
 #include "gui/SpellingView.h"
 #include "gui/ValidatorView.h"
 #include "gui/WindowMemory.h"
+#include "views/LabelColours.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -119,6 +126,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
+    resultsNotice = new ResultsNotice;
+    resultsLayout->addWidget(resultsNotice);
     resultsLayout->addWidget(results);
     sitemapView = new SitemapView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(sitemapView);
@@ -183,11 +192,15 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         refresh();
     };
     ui.onCrawlHasContinued = [this] { controller.crawlHasContinued(); };
-    ui.onCrawlDidntGetOffGround = [this] { controller.crawlDidntGetOffGround(); };
+    ui.onCrawlDidntGetOffGround = [this] {
+        resultsBelongToSelectedSite();
+        controller.crawlDidntGetOffGround();
+    };
     ui.onCrawlCommandsChanged = [this](bool stopped) {
         if (!stopped && app.getHub().getNumberDone() == 0) {
             results->resetFilter();
             progressDetails->crawlStarted();
+            resultsBelongToSelectedSite();
         }
         refresh();
     };
@@ -212,6 +225,12 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         results->newResults();
         sitemapView->reloadData();
         controller.displayResults(action);
+        // A run with on-finish actions shows no results and ends on the progress step; the
+        // person must be able to move on from there.
+        if (controller.getSelectedTab() == "4") {
+            controller.previousButtonEnabled = true;
+            refresh();
+        }
     };
     app.getDatabaseCommands().dataDidLoad = [this] {
         app.bringToFront();
@@ -264,15 +283,28 @@ void MainWindow::start(const QStringList& files) {
     reloadSites();
     settings->load();
     for (const QString& file : files)
-        app.applicationOpenFile(file);
+        if (admitSettingsFile(app.getConfigManager(), ui, file, true))
+            app.applicationOpenFile(file);
     app.applicationDidFinishLaunching();
     refresh();
     resultFiles->offerAutosave();
 }
 
 void MainWindow::openFile(const QString& path) {
-    app.applicationOpenFile(QFileInfo(path).absoluteFilePath());
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (admitSettingsFile(app.getConfigManager(), ui, absolute, true)) {
+        reloadSites();
+        app.applicationOpenFile(absolute);
+    }
+    reloadSites();
     refresh();
+}
+
+// A new crawl, or one that could not start, replaces the rows on show: the views drop the old
+// ones at once rather than show them under the new site's name.
+void MainWindow::resultsBelongToSelectedSite() {
+    resultsSite = app.getConfigManager().getNameOfSelectedSite();
+    results->reloadData(true);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -374,24 +406,38 @@ void MainWindow::beginNewDialog(const QString& url) {
     urlField->setMinimumWidth(380);
     auto* nameField = new QLineEdit;
     nameField->setObjectName("newSiteName");
-    nameField->setPlaceholderText("optional");
-    auto* hint = new QLabel("Enter the address where the crawl starts.");
+    nameField->setPlaceholderText("optional: the URL if left empty");
+    auto* hint = new QLabel;
+    hint->setObjectName("newSiteHint");
+    hint->setWordWrap(true);
     hint->setStyleSheet("color: #b3261e;");
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     form->addRow("Starting URL:", urlField);
     form->addRow("Name:", nameField);
     form->addRow("", hint);
     form->addRow(buttons);
-    auto check = [urlField, hint, buttons] {
-        const bool empty = urlField->text().trimmed().isEmpty();
-        hint->setVisible(empty);
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(!empty);
+    // The list tells sites apart by name: two of one name would show one site twice, and the
+    // second row would act on the first site's file.
+    const QStringList names = app.getConfigManager().store().nameCollection;
+    auto check = [urlField, nameField, hint, buttons, names] {
+        const QString url = urlField->text().trimmed();
+        const QString name = nameField->text().trimmed().isEmpty() ? url : nameField->text().trimmed();
+        QString problem = startingUrlProblem(url);
+        if (problem.isEmpty() && names.contains(name))
+            problem =
+                QString("A site named \"%1\" exists already; give this one a name of its own.").arg(name);
+        hint->setText(problem);
+        hint->setVisible(!problem.isEmpty());
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(problem.isEmpty());
     };
     check();
     connect(urlField, &QLineEdit::textChanged, dialog, check);
+    connect(nameField, &QLineEdit::textChanged, dialog, check);
     connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
     connect(buttons, &QDialogButtonBox::accepted, dialog, [this, dialog, urlField, nameField] {
-        if (!app.getConfigManager().newSheetOK(urlField->text().trimmed(), nameField->text().trimmed()))
+        const QString url = urlField->text().trimmed();
+        const QString name = nameField->text().trimmed();
+        if (!app.getConfigManager().newSheetOK(url, name.isEmpty() ? url : name))
             return;
         reloadSites();
         settings->load();
@@ -429,8 +475,14 @@ void MainWindow::openListDialog() {
     if (path.isEmpty())
         return;
     if (QFileInfo(path).suffix() == "lcsettings") {
-        app.openPanelDidEnd(path);
+        if (admitSettingsFile(app.getConfigManager(), ui, path, false)) {
+            app.openPanelDidEnd(path);
+            statusBar()->showMessage(
+                QString("Opened %1: the site %2 is selected, and saving writes to that file.")
+                    .arg(QFileInfo(path).fileName(), app.getConfigManager().getNameOfSelectedSite()));
+        }
         reloadSites();
+        settings->load();
         refresh();
     } else {
         beginNewDialog(QUrl::fromLocalFile(path).toString());
@@ -473,7 +525,6 @@ QWidget* MainWindow::makeTasksPage() {
         grid->addWidget(button, i / 2, i % 2);
         ++i;
     }
-    taskButtons.value(NewUIController::linksButton)->setShortcut(QKeySequence("Ctrl+L"));
     layout->addLayout(grid);
     auto* actions = new QPushButton("On-finish actions and schedule…");
     actions->setObjectName("actionsButton");
@@ -487,11 +538,32 @@ QWidget* MainWindow::makeTasksPage() {
         s->setContext(Qt::WidgetWithChildrenShortcut);
         connect(s, &QShortcut::activated, this, f);
     };
-    shortcut(Qt::Key_Up, [this] { controller.upArrow(); });
-    shortcut(Qt::Key_Down, [this] { controller.downArrow(); });
-    shortcut(Qt::Key_Return, [this] { controller.goKey(); });
-    shortcut(Qt::Key_Enter, [this] { controller.goKey(); });
+    shortcut(Qt::Key_Up, [this] { moveTaskFocus(true); });
+    shortcut(Qt::Key_Down, [this] { moveTaskFocus(false); });
+    shortcut(Qt::Key_Return, [this] { pressFocusedTask(); });
+    shortcut(Qt::Key_Enter, [this] { pressFocusedTask(); });
     return page;
+}
+
+// The ring of the arrow keys and the keyboard focus are one: a task reached either way is
+// the one Enter presses.
+void MainWindow::moveTaskFocus(bool up) {
+    up ? controller.upArrow() : controller.downArrow();
+    if (controller.focusRingShown && controller.taskTabPosition >= 0)
+        if (QPushButton* button =
+                taskButtons.value(NewUIController::goButtonArray[controller.taskTabPosition]))
+            button->setFocus(Qt::TabFocusReason);
+}
+
+void MainWindow::pressFocusedTask() {
+    for (auto it = taskButtons.begin(); it != taskButtons.end(); ++it) {
+        if (it.value()->hasFocus()) {
+            if (it.value()->isEnabled())
+                it.value()->click();
+            return;
+        }
+    }
+    controller.goKey();
 }
 
 // ---------------------------------------------------------------- step 4
@@ -540,6 +612,12 @@ void MainWindow::showProgress(qint64 done, qint64 total, const QString& line) {
     progressBar->setRange(0, total > 0 ? int(qMin<qint64>(total, INT_MAX)) : 0);
     progressBar->setValue(int(qMin<qint64>(done, INT_MAX)));
     progressLine->setText(line);
+    // The count takes the 2xx colour while no link is bad and the 4xx colour once one is.
+    const LabelColour colour = KestLabelColours::labelColorForConstant(
+        app.getHub().getBadCollectionCount() < 1 ? 1 : 3, app.getPreferences());
+    progressLine->setStyleSheet(QString("QLabel { background: %1; color: %2; padding: 4px 8px; }")
+                                    .arg(backgroundForColour(colour).value<QColor>().name(QColor::HexArgb),
+                                         foregroundForColour(colour).value<QColor>().name()));
     statusBar()->showMessage(line);
 }
 
@@ -556,13 +634,21 @@ void MainWindow::makeMenus() {
     file->addSeparator();
     resultFiles->addToMenu(file);
     file->addSeparator();
-    file->addAction("Preferences…", QKeySequence::Preferences, this, [this] { showPreferences(); });
+    // The platform's key for preferences is empty on Linux desktops; Ctrl+, is the common one.
+    file->addAction("Preferences…", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
     file->addSeparator();
     file->addAction("Quit", QKeySequence::Quit, this, [this] { close(); });
 
     QMenu* crawl = menuBar()->addMenu("&Crawl");
-    crawl->addAction("Check Links", QKeySequence("Ctrl+L"), this,
-                     [this] { controller.pressTaskButton(NewUIController::linksButton); });
+    crawl->addAction("Check Links", QKeySequence("Ctrl+L"), this, [this] {
+        // Without a site the crawl would have no address and the window would wait on progress.
+        if (app.getConfigManager().getSelectedRow() < 0) {
+            controller.sites();
+            statusBar()->showMessage("Select or create a site first; then Check Links crawls it.");
+            return;
+        }
+        controller.pressTaskButton(NewUIController::linksButton);
+    });
     crawlAction = crawl->addAction("Pause", QKeySequence("Ctrl+P"), this, [this] {
         if (app.getHub().getCrawlState() == LinkCheckerHub::CrawlState::Running ||
             app.startControlTitle() == "Continue")
@@ -608,16 +694,37 @@ void MainWindow::makeMenus() {
         if (nextButton->isEnabled())
             controller.next();
     });
+
+    QMenu* help = menuBar()->addMenu("&Help");
+    help->addAction("Trellium Manual (README)", QKeySequence::HelpContents, this,
+                    [] { QDesktopServices::openUrl(AboutBox::readmeUrl()); });
+    help->addAction("About Trellium", this, [this] {
+        auto* about = new AboutBox(this);
+        about->setAttribute(Qt::WA_DeleteOnClose);
+        about->show();
+    });
+
+    toolBar = new MainToolBar(app, controller, this);
+    toolBar->exportResults = [this] {
+        results->reloadData(true);
+        results->exportAsCSVMenuItem();
+    };
+    addToolBar(Qt::TopToolBarArea, toolBar);
 }
 
 // ---------------------------------------------------------------- drawing the state
 
 void MainWindow::refresh() {
     const QString tab = controller.getSelectedTab();
-    // Step 5 shows the validator table for the validation task, the link views otherwise.
-    validatorView->setVisible(controller.getResultsView() == "validationResultsView");
+    // Step 5 shows the table of the task that ran: the SEO, sitemap or validator table, the
+    // link views (with the spelling tab) otherwise.
+    const QString view = controller.getResultsView();
+    validatorView->setVisible(view == "validationResultsView");
+    seoTable->setVisible(view == "seoResultsView");
+    sitemapView->setVisible(view == "sitemapResultsView");
     if (results->parent() == resultsPage)
-        results->setVisible(!validatorView->isVisibleTo(resultsPage));
+        results->setVisible(view != "validationResultsView" && view != "seoResultsView" &&
+                            view != "sitemapResultsView");
     const int index = tab.toInt() - 1;
     if (index >= 0 && index < pages->count() && pages->currentIndex() != index) {
         if (index == 1)
@@ -628,14 +735,13 @@ void MainWindow::refresh() {
         const QSignalBlocker blocker(stepBar);
         stepBar->setCurrentRow(index);
     }
-    // Step 5 shows the table of the task that ran.
-    const bool seoResults = controller.getResultsView() == "seoResultsView";
-    results->setVisible(!seoResults);
-    seoTable->setVisible(seoResults);
-    setWindowTitle(controller.getWindowTitle());
-    stepHeading->setText(controller.getWindowTitle());
-    results->setVisible(controller.getResultsView() != "sitemapResultsView");
-    sitemapView->setVisible(controller.getResultsView() == "sitemapResultsView");
+    // The results step is titled after the site the results came from, which need not be the
+    // selected one.
+    const QString heading = tab == "5" && controller.getResultsView() == "linksResultsView"
+                                ? NewUIController::titleFormatForAction(1).arg(resultsSite)
+                                : controller.getWindowTitle();
+    setWindowTitle(heading);
+    stepHeading->setText(heading);
     previousButton->setEnabled(controller.previousButtonEnabled);
     nextButton->setEnabled(controller.nextButtonEnabled);
 
@@ -684,6 +790,8 @@ void MainWindow::refresh() {
     crawlAction->setText(title == "Continue" ? "Continue" : "Pause");
     partialResultsButton->setEnabled(controller.partialResultsMenuItemEnabled());
     partialResultsMenuItem->setEnabled(controller.partialResultsMenuItemEnabled());
+    toolBar->refresh();
+    resultsNotice->update(resultsSite, config.getNameOfSelectedSite(), hub.getCrawlState());
     for (QAction* action : resultsActions)
         action->setEnabled(tab == "5" || (resultsWindow && resultsWindow->isVisible()));
 }

@@ -18,6 +18,8 @@ class QPushButton;
 class QStackedWidget;
 class QTableView;
 class QTreeView;
+class MainToolBar;
+class ResultsNotice;
 class ResultsView;
 class SitemapView;
 class ValidatorView;
@@ -66,6 +68,9 @@ class MainWindow : public QMainWindow {
     QWidget* makeSitesPage();
     QWidget* makeTasksPage();
     QWidget* makeProgressPage();
+    void moveTaskFocus(bool up);
+    void pressFocusedTask();
+    void resultsBelongToSelectedSite();
     void makeMenus();
     void refresh();
     void reloadSites();
@@ -113,4 +118,7 @@ class MainWindow : public QMainWindow {
     QAction* crawlAction = nullptr;
     QAction* partialResultsMenuItem = nullptr;
     QList<QAction*> resultsActions;
+    MainToolBar* toolBar = nullptr;
+    ResultsNotice* resultsNotice = nullptr;
+    QString resultsSite; // the name of the site whose crawl the views show
 };

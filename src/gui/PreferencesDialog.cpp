@@ -4,6 +4,7 @@
 
 #include "config/Preferences.h"
 #include "config/UAStringManager.h"
+#include "gui/FieldChecks.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -12,13 +13,28 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QIntValidator>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRegularExpressionValidator>
 #include <QTabWidget>
 #include <QVBoxLayout>
+#include <optional>
 
 namespace {
+
+// The limits are used as 32-bit integers.
+constexpr double largestLimit = 2147483647;
+
+// A sentence under a control that tells what a switch does beyond its label.
+void explain(QFormLayout* form, const QString& name, const QString& text) {
+    auto* label = new QLabel(text);
+    label->setObjectName(name);
+    label->setWordWrap(true);
+    label->setStyleSheet("color: palette(mid); margin-left: 22px;");
+    form->addRow("", label);
+}
 
 QFormLayout* page(QTabWidget* tabs, const QString& title) {
     auto* widget = new QWidget;
@@ -57,20 +73,39 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
             notify();
         });
     };
+    // A text, or with a least value a whole number up to largestLimit, refused out of range
+    // with the range said beside it.
     auto text = [&](QFormLayout* form, const QString& key, const QString& label, const QString& tip,
-                    bool number = false) {
+                    std::optional<int> least = std::nullopt) {
         auto* edit = new QLineEdit(preferences.stringValue(key));
         edit->setObjectName(key);
         edit->setToolTip(tip);
-        if (number) {
-            edit->setValidator(new QIntValidator(1, 100000000, edit));
-            edit->setMaximumWidth(140);
+        if (!least) {
+            form->addRow(label, edit);
+            connect(edit, &QLineEdit::textEdited, this,
+                    [this, key](const QString& value) { preferences.setValue(key, value); });
+            return edit;
         }
-        form->addRow(label, edit);
-        connect(edit, &QLineEdit::textEdited, this, [this, key, edit, number] {
-            if (number && !edit->hasAcceptableInput())
-                return;
-            preferences.setValue(key, number ? QVariant(edit->text().toInt()) : QVariant(edit->text()));
+        edit->setValidator(new QRegularExpressionValidator(QRegularExpression("\\d{0,10}"), edit));
+        edit->setMaximumWidth(140);
+        auto* row = new QWidget;
+        auto* h = new QHBoxLayout(row);
+        h->setContentsMargins(0, 0, 0, 0);
+        h->addWidget(edit);
+        auto* hint = new QLabel;
+        hint->setObjectName(key + "Hint");
+        hint->setStyleSheet("color: #b3261e;");
+        hint->setWordWrap(true);
+        hint->hide();
+        h->addWidget(hint, 1);
+        form->addRow(label, row);
+        const QString before = preferences.stringValue(key);
+        connect(edit, &QLineEdit::textEdited, this, [this, key, hint, before, least](const QString& value) {
+            const QString problem = numberProblem(value, *least, largestLimit, true);
+            hint->setText(problem);
+            hint->setVisible(!problem.isEmpty());
+            // Digits typed on the way to a refused number don't stay behind as the value.
+            preferences.setValue(key, problem.isEmpty() ? QVariant(value.toInt()) : QVariant(before.toInt()));
         });
         return edit;
     };
@@ -118,6 +153,10 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
          "List links skipped by your rules among the "
          "flagged ones.");
     flag(crawl, "checkRobotstxt", "Read robots.txt", "Fetch the site's robots.txt at the start of a crawl.");
+    explain(crawl, "checkRobotstxtNote",
+            "Pages that robots.txt disallows are still checked, and only left out of XML sitemaps. To "
+            "skip them in the crawl as well, turn on \"Obey robots.txt\" in a site's settings; that "
+            "reads robots.txt whatever this says.");
     flag(crawl, "checkRobots", "Honour robots meta tags",
          "Don't follow pages whose robots meta tag says nofollow.");
     flag(crawl, "soft404Button", "Look for soft 404 pages",
@@ -130,9 +169,9 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
     connect(terms, &QPlainTextEdit::textChanged, this,
             [this, terms] { preferences.setValue("soft404Terms", terms->toPlainText()); });
     text(crawl, "linkslimit", "Most links per crawl:", "A crawl stops taking new links beyond this number.",
-         true);
-    text(crawl, "levelslimit",
-         "Deepest level followed:", "How many clicks from the starting page are followed.", true);
+         1);
+    text(crawl, "levelslimit", "Deepest level followed:",
+         "How many clicks from the starting page are followed; 0 reads the starting page only.", 0);
     text(crawl, "TrelliumMaxPageSize", "Largest page read (MB):",
          "A page or file larger than this, once uncompressed, is not read and gets the status "
          "\"page too large\". 0 reads pages of any size.");
@@ -144,6 +183,10 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
     QFormLayout* colours = page(tabs, "Colours");
     flag(colours, "LorraneDisplayLabels", "Colour rows by status",
          "Tint each row of the link views by its status.");
+    explain(colours, "coloursNote",
+            "Good links are not tinted: a 2xx row stays plain unless it was redirected, and then takes "
+            "the 3xx colour. The 2xx colour marks the count of checked links while no bad link was "
+            "found; the 4xx colour marks it once one was.");
     for (const char* status : {"2xx", "3xx", "4xx", "5xx"}) {
         auto* button = new QPushButton;
         button->setObjectName(QString("colour%1").arg(status));

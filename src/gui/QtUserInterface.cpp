@@ -2,6 +2,7 @@
 
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QUrl>
@@ -10,6 +11,20 @@ namespace {
 // A crawl reports every record; a person can read a few lines a second.
 constexpr int progressIntervalMs = 250;
 } // namespace
+
+QString QtUserInterface::saveFilterFor(const QString& suggestedName) {
+    static const QList<QPair<const char*, const char*>> kinds = {
+        {"csv", "CSV files (*.csv)"},          {"txt", "Tab-delimited text (*.txt)"},
+        {"html", "HTML files (*.html *.htm)"}, {"xml", "XML files (*.xml)"},
+        {"pdf", "PDF files (*.pdf)"},          {"lcsettings", "Site settings (*.lcsettings)"},
+        {"plist", "Property lists (*.plist)"}, {"dot", "Graphviz files (*.dot)"},
+    };
+    const QString suffix = QFileInfo(suggestedName).suffix().toLower();
+    for (const auto& [extension, filter] : kinds)
+        if (suffix == extension)
+            return QString("%1;;All files (*)").arg(filter);
+    return {};
+}
 
 QtUserInterface::QtUserInterface(QObject* parent) : QObject(parent) {
     progressTimer.setSingleShot(true);
@@ -39,7 +54,7 @@ int QtUserInterface::alert(const QString& title, const QString& text, const QStr
 QString QtUserInterface::chooseSaveFile(const QString& title, const QString& suggestedName) {
     if (!filesAhead.isEmpty())
         return filesAhead.takeFirst();
-    return QFileDialog::getSaveFileName(parentWidget, title, suggestedName);
+    return QFileDialog::getSaveFileName(parentWidget, title, suggestedName, saveFilterFor(suggestedName));
 }
 
 QString QtUserInterface::chooseOpenFile(const QString& title) {

@@ -21,6 +21,9 @@ class QtUserInterface : public QObject, public UserInterface {
 
     int alert(const QString& title, const QString& text, const QStringList& buttons = {"OK"}) override;
     QString chooseSaveFile(const QString& title, const QString& suggestedName) override;
+    // The save dialog's filter for the kind of file suggested ("CSV files (*.csv)" for a .csv),
+    // then all files; none for a name without a known extension.
+    static QString saveFilterFor(const QString& suggestedName);
     QString chooseOpenFile(const QString& title) override;
     // A folder, for the prompts that ask for one.
     QString chooseFolder(const QString& title);

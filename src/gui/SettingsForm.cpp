@@ -4,15 +4,16 @@
 
 #include "app/NewUIController.h"
 #include "config/KestConfigManager.h"
+#include "gui/FieldChecks.h"
 #include "gui/SitemapRulesBox.h"
 
 #include <QCheckBox>
+#include <QColor>
 #include <QComboBox>
 #include <QCompleter>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -26,12 +27,15 @@ namespace {
 
 const char* const ruleTitles[] = {"Do not check", "Do not follow", "Only follow"};
 
-QString hintFor(const QString& key) {
+// Beyond this a number of seconds means nothing to a crawl.
+constexpr double longestSeconds = 99999;
+
+// Why the text of a number field can't be taken, or "".
+QString numberFieldProblem(const QString& key, const QString& text) {
     if (key == "numberOfThreads")
-        return QString("Enter a whole number from %1 to %2.")
-            .arg(int(KestConfigManager::minimumNumberOfThreads))
-            .arg(int(KestConfigManager::maximumNumberOfThreads));
-    return "Enter a number of seconds, such as 30 or 0.5.";
+        return numberProblem(text, KestConfigManager::minimumNumberOfThreads,
+                             KestConfigManager::maximumNumberOfThreads, true);
+    return numberProblem(text, 0, longestSeconds, false, key == "timeOut");
 }
 
 } // namespace
@@ -65,13 +69,18 @@ SettingsForm::SettingsForm(KestConfigManager& config_, NewUIController& controll
         config.setNewName(nameField->text());
         config.saveMenuItem();
     });
-    connect(urlField, &QLineEdit::textEdited, this,
-            [this](const QString& text) { urlHint->setVisible(text.trimmed().isEmpty()); });
+    urlHint->setWordWrap(true);
+    connect(urlField, &QLineEdit::textEdited, this, [this](const QString& text) {
+        urlHint->setText(startingUrlProblem(text));
+        urlHint->setVisible(!urlHint->text().isEmpty());
+    });
     connect(urlField, &QLineEdit::editingFinished, this, [this] {
         const QString url = urlField->text().trimmed();
         if (loading || config.getSelectedRow() < 0)
             return;
-        if (url.isEmpty()) {
+        // A URL the crawl can't start from is not saved; the reason stays beside the field.
+        if (!startingUrlProblem(url).isEmpty()) {
+            urlHint->setText(startingUrlProblem(url));
             urlHint->show();
             return;
         }
@@ -190,6 +199,16 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
         checkBoxes.insert(key, box);
         form->addRow("", box);
         connect(box, &QCheckBox::toggled, this, [this, key](bool on) { flagToggled(key, on); });
+        if (key == "blacklistByRobotsTxt") {
+            auto* note =
+                new QLabel("Disallowed addresses get the status \"Disallowed by robots.txt\" and no "
+                           "request. The preference \"Read robots.txt\" only reads the file, to keep "
+                           "disallowed pages out of XML sitemaps; either one makes a crawl read it.");
+            note->setObjectName("blacklistByRobotsTxtNote");
+            note->setWordWrap(true);
+            note->setStyleSheet("color: palette(mid); margin-left: 22px;");
+            form->addRow("", note);
+        }
         return;
     }
     auto* edit = new QLineEdit;
@@ -198,8 +217,8 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
     if (field.kind == Kind::Password)
         edit->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     if (field.kind == Kind::WholeNumber) {
-        edit->setValidator(new QIntValidator(int(KestConfigManager::minimumNumberOfThreads),
-                                             int(KestConfigManager::maximumNumberOfThreads), edit));
+        // Digits only: a number out of range stays in view with the reason beside it.
+        edit->setValidator(new QRegularExpressionValidator(QRegularExpression("\\d{0,9}"), edit));
         edit->setMaximumWidth(120);
     } else if (field.kind == Kind::Seconds) {
         edit->setValidator(
@@ -213,15 +232,31 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
         auto* h = new QHBoxLayout(row);
         h->setContentsMargins(0, 0, 0, 0);
         h->addWidget(edit);
-        auto* hint = new QLabel(hintFor(key));
+        auto* hint = new QLabel;
         hint->setObjectName(key + "Hint");
         hint->setStyleSheet("color: #b3261e;");
+        // The row keeps its height when the hint comes and goes, so nothing jumps.
+        QSizePolicy policy = hint->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        hint->setSizePolicy(policy);
         hint->hide();
         hints.insert(key, hint);
         h->addWidget(hint, 1);
         form->addRow(field.label, row);
         // A number field keeps its last good value until the text is a number again.
         connect(edit, &QLineEdit::textEdited, this, [this, key, kind] { textEdited(key, kind); });
+        // Left with a refused number, the field shows again the value the setting kept.
+        connect(edit, &QLineEdit::editingFinished, this, [this, key, edit] {
+            const QString problem = numberFieldProblem(key, edit->text());
+            if (loading)
+                return;
+            if (problem.isEmpty()) {
+                loadedValues.insert(key, edit->text()); // where the next edit starts from
+                return;
+            }
+            edit->setText(config.stringForKey(key));
+            hints.value(key)->setText(QString("%1 Kept %2.").arg(problem, config.stringForKey(key)));
+        });
     } else {
         form->addRow(field.label, edit);
         connect(edit, &QLineEdit::textEdited, this, [this, key, kind] { textEdited(key, kind); });
@@ -259,11 +294,16 @@ void SettingsForm::textEdited(const QString& key, Kind kind) {
         return;
     QLineEdit* edit = lineEdits.value(key);
     if (kind == Kind::WholeNumber || kind == Kind::Seconds) {
-        const bool good = edit->hasAcceptableInput() && !edit->text().isEmpty() &&
-                          (kind != Kind::Seconds || key != "timeOut" || edit->text().toDouble() > 0);
-        hints.value(key)->setVisible(!good);
-        if (!good)
+        const QString problem = numberFieldProblem(key, edit->text());
+        hints.value(key)->setText(problem);
+        hints.value(key)->setVisible(!problem.isEmpty());
+        if (!problem.isEmpty()) {
+            // Digits typed on the way to a refused number were taken one by one ("99" on the way
+            // to "99999"); the setting goes back to what it was when this edit began.
+            if (config.stringForKey(key) != loadedValues.value(key))
+                config.changeSetting(key, loadedValues.value(key));
             return;
+        }
     }
     config.changeSetting(key, edit->text());
 }
@@ -368,6 +408,19 @@ QWidget* SettingsForm::makeRulesPage() {
         ruleTerm->clear();
     });
     connect(ruleTerm, &QLineEdit::returnPressed, addButton, &QPushButton::click);
+    auto* ruleHint = new QLabel;
+    ruleHint->setObjectName("ruleHint");
+    ruleHint->setWordWrap(true);
+    ruleHint->setStyleSheet("color: #b3261e;");
+    ruleHint->hide();
+    layout->addWidget(ruleHint);
+    auto checkTerm = [this, ruleHint] {
+        const QString problem = ruleTermProblem(ruleTitle->currentIndex() == 0, ruleTerm->text());
+        ruleHint->setText(problem);
+        ruleHint->setVisible(!problem.isEmpty());
+    };
+    connect(ruleTerm, &QLineEdit::textChanged, this, checkTerm);
+    connect(ruleTitle, &QComboBox::currentIndexChanged, this, checkTerm);
     connect(deleteButton, &QPushButton::clicked, this, [this] { deleteBlacklistRule(); });
     return page;
 }
@@ -429,7 +482,14 @@ void SettingsForm::refreshRuleTable() {
             rules->insertRow(row);
             rules->setItem(row, 0, new QTableWidgetItem(ruleTitles[l]));
             rules->setItem(row, 1, new QTableWidgetItem(scope));
-            rules->setItem(row, 2, new QTableWidgetItem(term));
+            auto* item = new QTableWidgetItem(term);
+            // A rule kept from before may be one that never matches, or matches nearly all.
+            const QString problem = ruleTermProblem(l == 0, term);
+            if (!problem.isEmpty()) {
+                item->setToolTip(problem);
+                item->setForeground(QColor(0xb3, 0x26, 0x1e));
+            }
+            rules->setItem(row, 2, item);
         }
     }
     rules->setColumnWidth(0, 120);
@@ -447,6 +507,7 @@ void SettingsForm::load() {
     urlHint->hide();
     for (auto it = lineEdits.begin(); it != lineEdits.end(); ++it) {
         it.value()->setText(config.stringForKey(it.key()));
+        loadedValues.insert(it.key(), config.stringForKey(it.key()));
         if (QLabel* hint = hints.value(it.key()))
             hint->hide();
     }

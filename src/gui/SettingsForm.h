@@ -53,6 +53,7 @@ class SettingsForm : public QWidget {
     QLabel* urlHint = nullptr;
     QHash<QString, QLineEdit*> lineEdits;
     QHash<QString, QLabel*> hints;
+    QHash<QString, QString> loadedValues; // of the text fields, as each edit began
     QHash<QString, QCheckBox*> checkBoxes;
     QTableWidget* rules = nullptr;
     QComboBox* ruleTitle = nullptr;
