@@ -35,6 +35,8 @@ struct SpellingSite : testing::Test {
         crawl = std::make_unique<Crawl>(server.url("/"));
         crawl->config.setValueForKey("checkSpelling", "YES");
         crawl->config.setValueForKey("checkGrammar", "YES");
+        // One request at a time: the pages then join the list in the order of the links.
+        crawl->config.setValueForKey("numberOfThreads", "1");
         seo = std::make_unique<SEOManager>(crawl->config, crawl->preferences, crawl->hub);
         crawl->hub.go();
         ASSERT_TRUE(crawl->runToEnd());
