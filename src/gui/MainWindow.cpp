@@ -59,7 +59,7 @@ const TaskInfo tasks[] = {
     {NewUIController::SEOButton, "SEO", "Page titles, descriptions, headings and keywords.", true},
     {NewUIController::validationButton, "HTML validation", "Check the pages with the W3C validator.", true},
     {NewUIController::spellingButton, "Spelling && grammar", "Review spelling and grammar of every page.",
-     false},
+     true},
     {NewUIController::monitoringButton, "Monitors", "Watch single URLs and alert when they fail.", false},
     {NewUIController::analysisButton, "Page weight", "Analyse the resources that one page loads.", false},
     {NewUIController::withActionsButton, "Crawl with actions", "Crawl and run the on-finish actions.", false},
@@ -121,8 +121,8 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     pages = new QStackedWidget;
     settings = new SettingsForm(app.getConfigManager(), controller);
     results = new ResultsView(app.getHub(), app.getPreferences(), ui);
-    results->addSubView(new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences()),
-                        "Spelling");
+    spellingView = new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences());
+    results->addSubView(spellingView, "Spelling");
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
     resultsLayout->setContentsMargins(0, 0, 0, 0);
@@ -225,6 +225,9 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
         results->newResults();
         sitemapView->reloadData();
         controller.displayResults(action);
+        // The spelling task's results are its tab beside the link views.
+        if (controller.getResultsView() == "spellingResultsView")
+            results->showSubView(spellingView);
         // A run with on-finish actions shows no results and ends on the progress step; the
         // person must be able to move on from there.
         if (controller.getSelectedTab() == "4") {

@@ -23,6 +23,7 @@ class ResultsNotice;
 class ResultsView;
 class SitemapView;
 class ValidatorView;
+class SpellingView;
 class SettingsForm;
 class SEOTable;
 class SiteListModel;
@@ -99,6 +100,7 @@ class MainWindow : public QMainWindow {
     ResultsView* results = nullptr;
     SitemapView* sitemapView = nullptr;
     ValidatorView* validatorView = nullptr;
+    SpellingView* spellingView = nullptr;
     ResultFiles* resultFiles = nullptr;
     QMainWindow* resultsWindow = nullptr;
 

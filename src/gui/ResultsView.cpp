@@ -556,3 +556,7 @@ void ResultsView::showInspector(const std::shared_ptr<LinkCheckerUrl>& record) {
 void ResultsView::addSubView(QWidget* view, const QString& title) {
     subTabs->addTab(view, title);
 }
+
+void ResultsView::showSubView(QWidget* view) {
+    subTabs->setCurrentWidget(view);
+}

@@ -36,6 +36,7 @@ class ResultsView : public QWidget {
     void newResults();
     // A further view of the results (the spelling table) as a tab beside the link views.
     void addSubView(QWidget* view, const QString& title);
+    void showSubView(QWidget* view);
     // A new crawl starts unfiltered.
     void resetFilter();
     void filter();

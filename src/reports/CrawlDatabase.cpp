@@ -712,6 +712,7 @@ bool readData(const QByteArray& bytes, LinkCheckerHub& hub, Loaded& out, QString
 
 void apply(Loaded&& loaded, LinkCheckerHub& hub, SEOManager& seo) {
     hub.clear();
+    seo.clear();
     for (size_t i = 0; i < loaded.records.size(); ++i) {
         const LinkCheckerUrlPtr& record = loaded.records[i];
         for (const QString& page : record->getOnPageUrlArray())
@@ -720,8 +721,14 @@ void apply(Loaded&& loaded, LinkCheckerHub& hub, SEOManager& seo) {
         if (loaded.inSEOCollection[i])
             seo.add(record);
     }
+    const bool kickedOff = loaded.validationKickedOff;
     loaded = Loaded();
     hub.loadDidFinish();
+    // The page tables stand as after a finished crawl: the counters recounted from the records.
+    seo.setValidationKickedOff(kickedOff);
+    seo.setCrawlFinished(true);
+    seo.countNumberValidated();
+    seo.updateStatusFields();
 }
 
 } // namespace CrawlDatabase

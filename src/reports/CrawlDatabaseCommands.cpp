@@ -37,8 +37,7 @@ bool CrawlDatabaseCommands::writeDatabase(bool allLinks) {
 
 bool CrawlDatabaseCommands::writeDatabaseToLocation(const QString& path, bool allLinks, bool quiet) {
     QString why;
-    const bool kickedOff = getValidationKickedOff && getValidationKickedOff();
-    if (CrawlDatabase::writeToLocation(path, hub, seo, allLinks, kickedOff, &why)) {
+    if (CrawlDatabase::writeToLocation(path, hub, seo, allLinks, seo.getValidationKickedOff(), &why)) {
         lastPath = path;
         return true;
     }
@@ -70,11 +69,8 @@ bool CrawlDatabaseCommands::loadFromPath(const QString& path) {
                      .arg(path, why));
         return false;
     }
-    const bool kickedOff = loaded.validationKickedOff;
     lastPath = path;
     CrawlDatabase::apply(std::move(loaded), hub, seo);
-    if (setValidationKickedOff)
-        setValidationKickedOff(kickedOff);
     if (dataDidLoad)
         dataDidLoad();
     return true;

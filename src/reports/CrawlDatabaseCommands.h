@@ -33,9 +33,6 @@ class CrawlDatabaseCommands {
     // Loads path without asking; false after the "No data" alert.
     bool loadFromPath(const QString& path);
 
-    // Whether validation had been started: the validation job's flag, which the file carries.
-    std::function<bool()> getValidationKickedOff;
-    std::function<void(bool)> setValidationKickedOff;
     // Told after a load, to show the loaded results (the workflow's dataDidLoad).
     std::function<void()> dataDidLoad;
 

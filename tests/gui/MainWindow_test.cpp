@@ -23,6 +23,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTableWidget>
 #include <QTreeView>
@@ -248,6 +249,24 @@ TEST_F(MainWindowTest, FiveStepsFromNewSiteToExport) {
     settle();
     EXPECT_EQ(controller().getSelectedTab(), "5");
     EXPECT_EQ(server.requests().size(), requests);
+}
+
+// The spelling task ends on its own tab of the results, not on the overview.
+TEST_F(MainWindowTest, SpellingTaskShowsItsTab) {
+    startWindow();
+    createSite(server.url("/"), "Words");
+    button("nextButton")->click();
+    window->settingsForm().checkBoxForKey("checkSpelling")->click();
+    button("nextButton")->click();
+    ASSERT_EQ(controller().getSelectedTab(), "3");
+    ASSERT_TRUE(config().flagForKey("checkSpelling"));
+    ASSERT_TRUE(button(QString("task%1").arg(int(NewUIController::spellingButton)))->isEnabled());
+    button(QString("task%1").arg(int(NewUIController::spellingButton)))->click();
+    ASSERT_TRUE(waitFor([&] { return controller().getSelectedTab() == "5"; }));
+    settle();
+    const auto* tabs = window->resultsView().findChild<QTabWidget*>();
+    ASSERT_NE(tabs, nullptr);
+    EXPECT_EQ(tabs->tabText(tabs->currentIndex()), "Spelling");
 }
 
 // The SEO task fills its table; a page without a description is found there by its filter and

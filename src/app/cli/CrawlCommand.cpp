@@ -292,7 +292,8 @@ int runCrawlJob(const QStringList& args, const CrawlJob& job) {
         context.filesFailed = true;
     }
     const QString savePath = CliInput::expandTilde(parser.value("save"));
-    if (!savePath.isEmpty() && !CrawlDatabase::writeToLocation(savePath, hub, seo, true, false, &why)) {
+    if (!savePath.isEmpty() &&
+        !CrawlDatabase::writeToLocation(savePath, hub, seo, true, seo.getValidationKickedOff(), &why)) {
         std::fprintf(stderr, "%s: cannot save the results to %s: %s\n", name, qPrintable(savePath),
                      qPrintable(why));
         context.filesFailed = true;
