@@ -326,9 +326,7 @@ QString SEOManager::getSEOAsHTML() const {
         [](qsizetype) { return std::nullopt; });
     // This export opens its table twice and never closes it; files made by it keep that form.
     body.chop(int(qstrlen("</table><br />")));
-    return QString("<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
-                   "content=\"text/html; charset=UTF-8\" /><body>%1</body></head></html>")
-        .arg(TableExport::styleBlock + QString("<table><tr>") + body);
+    return TableExport::wrapPageInsideHead(TableExport::styleBlock + QString("<table><tr>") + body);
 }
 
 namespace {

@@ -37,9 +37,7 @@ QString priorityByDistance(int distance) {
 
 // The page wrapper of the sitemap exports: it has no closing head before the body.
 QString wrapSitemapPage(const QString& body) {
-    return QString("<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
-                   "content=\"text/html; charset=UTF-8\" /><body>%1</body></head></html>")
-        .arg(body);
+    return TableExport::wrapPageInsideHead(body);
 }
 
 // The date of a Last-Modified header. The usual form, "Sun, 06 Nov 1994 08:49:37 GMT", is read

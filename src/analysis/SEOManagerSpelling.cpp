@@ -246,7 +246,5 @@ QString SEOManager::exportSpellingAsHTML(const kestreliaTableView& table) {
         out += "</tr>";
         alternate = !alternate;
     }
-    return QString("<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
-                   "content=\"text/html; charset=UTF-8\" /><body>") +
-           out + "</body></head></html>";
+    return TableExport::wrapPageInsideHead(out);
 }

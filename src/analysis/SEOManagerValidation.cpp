@@ -350,9 +350,7 @@ QString SEOManager::exportValidatorAsHTML() const {
         out += "</tr>";
         alternate = !alternate;
     }
-    return QString("<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
-                   "content=\"text/html; charset=UTF-8\" /><body>%1</body></head></html>")
-        .arg(out);
+    return TableExport::wrapPageInsideHead(out);
 }
 
 QString SEOManager::validationReportCSV() const {

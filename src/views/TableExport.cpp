@@ -182,6 +182,12 @@ QString wrapPageWithStrayHead(const QString& body) {
         .arg(body);
 }
 
+QString wrapPageInsideHead(const QString& body) {
+    return "<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
+           "content=\"text/html; charset=UTF-8\" /><body>" +
+           body + "</body></head></html>";
+}
+
 bool writeTextAtomically(const QString& path, const QString& text, QString* error) {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0 && file.commit())

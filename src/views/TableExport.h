@@ -37,6 +37,9 @@ extern const char* const styleBlock;
 // The page around an export; the flat report's form keeps a stray closing head tag.
 QString wrapPage(const QString& body);
 QString wrapPageWithStrayHead(const QString& body);
+// The form of the section tables' HTML exports: the body inside the head, which is never closed
+// before it.
+QString wrapPageInsideHead(const QString& body);
 
 // Writes UTF-8 text in one piece, atomically; on failure says why in error.
 bool writeTextAtomically(const QString& path, const QString& text, QString* error = nullptr);
