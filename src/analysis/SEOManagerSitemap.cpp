@@ -35,11 +35,6 @@ QString priorityByDistance(int distance) {
     }
 }
 
-// The page wrapper of the sitemap exports: it has no closing head before the body.
-QString wrapSitemapPage(const QString& body) {
-    return TableExport::wrapPageInsideHead(body);
-}
-
 // The date of a Last-Modified header. The usual form, "Sun, 06 Nov 1994 08:49:37 GMT", is read
 // here directly: the general reading goes through the time zone files for every page, which
 // costs seconds on a large site. Anything else takes the general reading.
@@ -377,7 +372,7 @@ QString SEOManager::sitemapAsHTML() {
             ++written;
         }
     }
-    return wrapSitemapPage(body);
+    return TableExport::wrapPageInsideHead(body);
 }
 
 QString SEOManager::sitemapAsHeirarcicalHTML() {
@@ -393,7 +388,7 @@ QString SEOManager::sitemapAsHeirarcicalHTML() {
             body += "&bull;&nbsp;";
         appendSitemapAnchor(body, *page);
     }
-    return wrapSitemapPage(body);
+    return TableExport::wrapPageInsideHead(body);
 }
 
 void SEOManager::saveSitemapExport(const QString& text, const QString& type) {

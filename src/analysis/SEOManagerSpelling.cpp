@@ -227,24 +227,8 @@ QString SEOManager::exportSpellingAsHTML(const kestreliaTableView& table) {
     for (const TableColumn& column : table.tableColumns)
         out += QString("<th class = %1>%2</th>").arg(column.identifier, column.title);
     out += "</tr>";
-    bool alternate = false;
-    const qsizetype rows = spellingRowCount();
-    for (qsizetype r = 0; r < rows; ++r) {
-        const LinkCheckerUrlPtr page = spellingRecordAt(r);
-        out += "<tr>";
-        for (const TableColumn& column : table.tableColumns) {
-            out += alternate ? QString("<td class = \"%1 alt\" >").arg(column.identifier)
-                             : QString("<td class = %1 >").arg(column.identifier);
-            const QString value = page ? page->getFieldByName(column.identifier).toString() : QString();
-            if (value.contains("http://") || value.contains("https://"))
-                out += QString("<a href = %1 >%2</a>")
-                           .arg(value, TableExport::truncateURLByAddingElipsisInMiddle(value));
-            else
-                out += value;
-            out += "</td>";
-        }
-        out += "</tr>";
-        alternate = !alternate;
-    }
+    TableExport::appendRows(
+        out, table, spellingRowCount(), [this](qsizetype r) { return spellingRecordAt(r).get(); },
+        [](qsizetype) { return std::nullopt; });
     return TableExport::wrapPageInsideHead(out);
 }

@@ -326,30 +326,10 @@ QString SEOManager::exportValidatorAsHTML() const {
         out += QString("<th class = %1>%2</th>").arg(column.identifier, column.title);
     out += "</tr>";
     const std::vector<LinkCheckerUrlPtr> rows = visibleItems();
-    const qsizetype rowCount = numberOfValidatorRows();
-    bool alternate = false;
-    for (qsizetype r = 0; r < rowCount; ++r) {
-        const LinkCheckerUrl* page = size_t(r) < rows.size() ? rows[size_t(r)].get() : nullptr;
-        const std::optional<LabelColour> colour = validatorLabelColorForRow(r);
-        out += "<tr>";
-        for (const TableColumn& column : table.tableColumns) {
-            out += "<td ";
-            out += alternate ? QString("class = \"%1 %2\" ").arg(column.identifier, "alt")
-                             : QString("class = %1 ").arg(column.identifier);
-            if (colour)
-                out += QString("style = \"background:%1\"").arg(TableExport::rgbText(*colour));
-            out += '>';
-            const QString value = page ? page->getFieldByName(column.identifier).toString() : QString("");
-            if (value.contains("http://") || value.contains("https://"))
-                out += QString("<a href = %1 >%2</a>")
-                           .arg(value, TableExport::truncateURLByAddingElipsisInMiddle(value));
-            else
-                out += value;
-            out += "</td>";
-        }
-        out += "</tr>";
-        alternate = !alternate;
-    }
+    TableExport::appendRows(
+        out, table, numberOfValidatorRows(),
+        [&](qsizetype r) { return size_t(r) < rows.size() ? rows[size_t(r)].get() : nullptr; },
+        [this](qsizetype r) { return validatorLabelColorForRow(r); });
     return TableExport::wrapPageInsideHead(out);
 }
 

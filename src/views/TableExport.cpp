@@ -141,6 +141,27 @@ QString csvThroughOutline(const lfOutlineView& outline) {
     return out;
 }
 
+void appendRows(QString& out, const kestreliaTableView& table, qsizetype rowCount, const RowAt& rowAt,
+                const ColourAt& colourAt) {
+    bool alternate = false;
+    for (qsizetype r = 0; r < rowCount; ++r) {
+        const KestDataObject* record = rowAt(r);
+        const std::optional<LabelColour> colour = colourAt(r);
+        out += "<tr>";
+        for (const TableColumn& column : table.tableColumns) {
+            appendCellOpening(out, column.identifier, alternate, colour);
+            const QString value = record ? record->getFieldByName(column.identifier).toString() : QString();
+            if (holdsUrl(value))
+                appendAnchor(out, value, truncateURLByAddingElipsisInMiddle(value));
+            else
+                out += value;
+            out += "</td>";
+        }
+        out += "</tr>";
+        alternate = !alternate;
+    }
+}
+
 QString htmlThroughOutline(const lfOutlineView& outline) {
     QString out;
     out.reserve(100);

@@ -22,6 +22,10 @@ using ColourAt = std::function<std::optional<LabelColour>(qsizetype row)>;
 QString csvThroughTable(const kestreliaTableView& table, qsizetype rowCount, const RowAt& rowAt);
 QString htmlThroughTable(const kestreliaTableView& table, qsizetype rowCount, const RowAt& rowAt,
                          const ColourAt& colourAt);
+// The rows of a page table's HTML export: each row as given, none left out, addresses as links
+// shortened in the middle.
+void appendRows(QString& out, const kestreliaTableView& table, qsizetype rowCount, const RowAt& rowAt,
+                const ColourAt& colourAt);
 QString csvThroughOutline(const lfOutlineView& outline);
 QString htmlThroughOutline(const lfOutlineView& outline);
 
