@@ -17,6 +17,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Crawl {
@@ -249,6 +251,48 @@ TEST(CrawlDatabase, ReaderRules) {
     }
 }
 
+// Texts in the forms any XML writer may use, files in other encodings, and a record larger than
+// the reader takes in at once: the link text comes back the same.
+TEST(CrawlDatabase, XmlFormsOfOtherWriters) {
+    const QString text = u"Caf\u00e9 \u20ac <&> \"'\n"_s;
+    auto file = [](const QByteArray& linkText, const QByteArray& more = "") {
+        return wrap("<dict>" + more + "<key>linkText</key>" + linkText + "</dict>");
+    };
+    const QByteArray latin1 =
+        file("<string>Caf\xe9 &#x20AC; &lt;&amp;&gt; \"'\n</string>")
+            .replace("<?xml version=\"1.0\"?>", "<?xml version='1.0' encoding='ISO-8859-1'?>");
+    QByteArray utf16 = "\xFF\xFE";
+    const QString utf16Text =
+        QString::fromUtf8(file("<string>Caf\u00e9 \u20ac &lt;&amp;&gt; \"'\n</string>"));
+    utf16.append(reinterpret_cast<const char*>(utf16Text.utf16()), utf16Text.size() * 2);
+    QByteArray pages = "<key>onPageUrl</key><array>";
+    for (int i = 0; i < 40000; ++i)
+        pages += "<string>http://example.com/a/long/page/address/" + QByteArray::number(i) + "</string>";
+    pages += "</array>";
+    const struct {
+        const char* name;
+        QByteArray bytes;
+    } cases[] = {
+        {"entities", file("<string>Caf&#233; &#x20AC; &lt;&amp;&gt; &quot;&apos;&#10;</string>")},
+        {"character data, a comment and CR LF",
+         file("<string>Caf\u00e9 <!-- note -->\u20ac <![CDATA[<&>]]> \"'\r\n</string>")},
+        {"whitespace and a comment between tags",
+         file("\n  <string>Caf\u00e9 \u20ac &lt;&amp;&gt; \"'\n</string >\n", "<!-- first -->\n")},
+        {"UTF-16 with a byte-order mark", utf16},
+        {"a declared ISO-8859-1", latin1},
+        {"a record larger than one read",
+         file("<string>Caf\u00e9 \u20ac &lt;&amp;&gt; \"'\n</string>", pages)},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        Crawl c;
+        CrawlDatabase::Loaded loaded;
+        QString why;
+        ASSERT_TRUE(CrawlDatabase::readData(test.bytes, c.hub, loaded, &why)) << why.toStdString();
+        EXPECT_EQ(loaded.records.at(0)->getLinkText(), text);
+    }
+}
+
 // The site's slash setting in force when loading trims the stored URLs, whatever was crawled.
 TEST(CrawlDatabase, IgnoreSlashOfTheSelectedSiteApplies) {
     Crawl c;
@@ -287,6 +331,11 @@ TEST(CrawlDatabase, BadFilesAreRefusedWithAReason) {
          "record 2: the key 'wordCount' holds no whole number"},
         {"no records key", "<plist><dict><key>other</key><true/></dict></plist>", "no link data"},
         {"empty record list", wrap(""), "no link data"},
+        {"truncated after a whole read",
+         good.left(good.size() - 30).replace("http://a/", QByteArray(3 << 20, 'x')), "ends early"},
+        {"end tag of another element", wrap("<dict><key>status</key><string>x</integer></dict>"),
+         "</integer> where </string> belongs"},
+        {"unknown entity", wrap("<dict><key>status</key><string>&nbsp;</string></dict>"), "&nbsp;"},
         {"missing file", "", "No such file"},
     };
     for (const Case& test : cases) {
