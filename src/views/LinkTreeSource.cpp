@@ -142,6 +142,9 @@ qsizetype LinkTreeSource::countPagesWithVisibleItems() const {
             }
         }
     }
+    // Sorted, so that the same records give the same outline whatever the hash's order: a loaded
+    // crawl then lists its pages as the crawl that was saved.
+    pages.sort();
     pagesNeedingAttention = pages;
     return pages.size();
 }
