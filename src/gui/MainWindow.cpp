@@ -629,8 +629,11 @@ void MainWindow::showProgress(qint64 done, qint64 total, const QString& line) {
 void MainWindow::makeMenus() {
     QMenu* file = menuBar()->addMenu("&File");
     newAction = file->addAction("New Site…", QKeySequence::New, this, [this] { beginNewDialog(); });
-    openAction = file->addAction("Open…", QKeySequence::Open, this, [this] { openListDialog(); });
-    file->addAction("Save Settings", QKeySequence::Save, this,
+    // Ctrl+O and Ctrl+S open and save results, the files a person keeps; a site's settings are
+    // saved on leaving its step anyway, so their commands take the keys with Shift.
+    openAction = file->addAction("Open Settings File…", QKeySequence("Ctrl+Shift+O"), this,
+                                 [this] { openListDialog(); });
+    file->addAction("Save Settings", QKeySequence("Ctrl+Shift+S"), this,
                     [this] { app.getConfigManager().saveMenuItem(); });
     file->addAction("Export Settings…", QKeySequence("Ctrl+Shift+E"), this,
                     [this] { app.getConfigManager().exportMenuItem(); });

@@ -25,11 +25,10 @@ ResultFiles::ResultFiles(QWidget* window_, AppDelegate& app_, UserInterface& ui_
     : QObject(window_), window(window_), app(app_), ui(ui_) {}
 
 void ResultFiles::addToMenu(QMenu* file) {
-    // Ctrl+S and Ctrl+O belong to the site's settings: the results take them with Shift.
-    file->addAction("Open Results…", QKeySequence("Ctrl+Shift+O"), this, [this] { openResults(); });
+    file->addAction("Open Results…", QKeySequence::Open, this, [this] { openResults(); });
     recentMenu = file->addMenu("Open Recent Results");
     fillRecentMenu();
-    file->addAction("Save Results…", QKeySequence("Ctrl+Shift+S"), this, [this] { saveResults(); });
+    file->addAction("Save Results…", QKeySequence::Save, this, [this] { saveResults(); });
     file->addAction("Compare with…", QKeySequence("Ctrl+Shift+D"), this, [this] { compareWith(); });
 }
 

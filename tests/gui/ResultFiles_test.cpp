@@ -14,6 +14,7 @@
 #include <QFile>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -71,8 +72,8 @@ TEST(ResultFiles, ReopenOfferAtStart) {
     }
 }
 
-// Save writes the results and heads the recent list; Open Recent brings them back after the
-// collection was emptied; Compare with… lists what changed against an older file.
+// Save (Ctrl+S) writes the results and heads the recent list; Open (Ctrl+O) brings them back;
+// Compare with… lists what changed against an older file.
 TEST(ResultFiles, SaveOpenRecentAndCompare) {
     TempHome home;
     QTemporaryDir dir;
@@ -82,12 +83,16 @@ TEST(ResultFiles, SaveOpenRecentAndCompare) {
     Window w;
     w.window->start();
     ResultFiles& files = w.window->resultFilesCommands();
-    files.openPath(newer);
+    w.window->show();
+    w.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
+    w.window->userInterface().filesAhead = {newer};
+    QTest::keyClick(w.window.get(), Qt::Key_O, Qt::ControlModifier);
     ASSERT_EQ(w.hub().count(), 3);
 
     const QString saved = dir.filePath("saved");
     w.window->userInterface().filesAhead = {saved};
-    files.saveResults();
+    QTest::keyClick(w.window.get(), Qt::Key_S, Qt::ControlModifier);
     EXPECT_TRUE(QFile::exists(saved + ".plist"));
     EXPECT_EQ(files.recentFiles(), QStringList({saved + ".plist", newer}));
 
