@@ -366,10 +366,11 @@ class DatabaseReader {
     DatabaseReader(PlistScanner& in, LinkCheckerHub& hub) : in(in), hub(hub) {}
 
     bool read(CrawlDatabase::Loaded& out) {
-        if (!in.start() || !unit([this] { return readHeader(); }))
+        bool emptyRoot = false;
+        if (!in.start() || !unit([&] { return readHeader(emptyRoot); }))
             return false;
         bool sawRecords = false;
-        for (;;) {
+        while (!emptyRoot) {
             QByteArray key;
             bool atClose = false;
             if (!unit([&] { return readRootKey(key, atClose); }))
@@ -383,7 +384,7 @@ class DatabaseReader {
             } else if (key == "validationKickedOff") {
                 if (!unit([&] { return readBoolean(key, out.validationKickedOff); }))
                     return false;
-            } else if (!unit([this] { return skipValue(); })) {
+            } else if (!unit([&] { return skipValue(key); })) {
                 return false;
             }
         }
@@ -419,7 +420,7 @@ class DatabaseReader {
             QString("the key '%1' holds <%2> where %3 belongs").arg(name(key), name(value.name), expected));
     }
 
-    bool readHeader() {
+    bool readHeader(bool& emptyRoot) {
         Tag plist;
         Tag root;
         if (!in.tag(plist) || plist.closing || plist.name != "plist" || plist.empty) {
@@ -430,8 +431,9 @@ class DatabaseReader {
         }
         if (!in.tag(root))
             return false;
-        if (root.closing || root.name != "dict" || root.empty)
+        if (root.closing || root.name != "dict")
             return fail(u"the property list's root is not a dictionary"_s);
+        emptyRoot = root.empty;
         return true;
     }
     bool readTrailer() {
@@ -467,9 +469,9 @@ class DatabaseReader {
             return false;
         return !value.closing || fail(QString("the key '%1' has no value").arg(name(key)));
     }
-    bool skipValue() {
+    bool skipValue(QByteArrayView key) {
         Tag value;
-        return valueOf({}, value) && in.skip(value);
+        return valueOf(key, value) && in.skip(value);
     }
 
     bool readBoolean(QByteArrayView key, bool& out) {

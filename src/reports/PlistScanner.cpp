@@ -54,9 +54,10 @@ QByteArray declaredEncoding(QByteArrayView head) {
     const qsizetype at = declaration.indexOf("encoding");
     if (at < 0)
         return {};
-    const qsizetype open =
-        declaration.indexOf('"', at) >= 0 ? declaration.indexOf('"', at) : declaration.indexOf('\'', at);
-    if (open < 0)
+    qsizetype open = declaration.indexOf('=', at) + 1;
+    while (open > 0 && open < declaration.size() && isSpace(declaration[open]))
+        ++open;
+    if (open <= 0 || open >= declaration.size() || (declaration[open] != '"' && declaration[open] != '\''))
         return {};
     const qsizetype stop = declaration.indexOf(declaration[open], open + 1);
     const QByteArray name = declaration.sliced(open + 1, (stop < 0 ? declaration.size() : stop) - open - 1)
@@ -224,7 +225,7 @@ bool PlistScanner::decodeText(QByteArrayView name) {
         while (q < end && !isSpecial(*q))
             ++q;
         scratch.append(run, q - run);
-        if (q == end)
+        if (q == end || (*q == '<' && q + 1 == end))
             return ranOut();
         if (end - q < 9 && !atEof) {
             shortInput = true;

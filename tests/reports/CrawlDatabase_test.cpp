@@ -330,6 +330,7 @@ TEST(CrawlDatabase, BadFilesAreRefusedWithAReason) {
         {"bad integer text", wrap("<dict/><dict><key>wordCount</key><integer>many</integer></dict>"),
          "record 2: the key 'wordCount' holds no whole number"},
         {"no records key", "<plist><dict><key>other</key><true/></dict></plist>", "no link data"},
+        {"empty root dictionary", "<plist><dict/></plist>", "no link data"},
         {"empty record list", wrap(""), "no link data"},
         {"truncated after a whole read",
          good.left(good.size() - 30).replace("http://a/", QByteArray(3 << 20, 'x')), "ends early"},
