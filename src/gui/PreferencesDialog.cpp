@@ -15,6 +15,7 @@
 #include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRegularExpressionValidator>
@@ -128,6 +129,18 @@ PreferencesDialog::PreferencesDialog(Preferences& preferences_, QWidget* parent)
         notify();
     });
     flag(general, "dontShowTip", "Don't show tips", "Hide the tips shown at start.");
+    // Stored at once, not with the rest at quit: the autosave at quit reads it.
+    auto* keep = new QCheckBox("Keep the results when quitting");
+    keep->setObjectName("autosave");
+    keep->setToolTip(
+        "Writes the results to autosavedData.plist at quit; the next start offers to reopen them.");
+    keep->setChecked(preferences.boolValue("autosave"));
+    general->addRow("", keep);
+    connect(keep, &QCheckBox::toggled, this, [this](bool on) {
+        QString why;
+        if (!preferences.setValueAndStore("autosave", on, &why))
+            QMessageBox::warning(this, "Preferences", "The choice could not be stored: " + why);
+    });
 
     QFormLayout* crawl = page(tabs, "Crawling");
     auto* agent = new QComboBox;

@@ -9,6 +9,7 @@
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
+#include <QCheckBox>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
@@ -50,14 +51,17 @@ struct Window {
 
 } // namespace
 
-// With autosave on, the results kept at the last quit are offered at start; opened when the
-// person says Open, left alone on Not Now.
+// With autosave switched on in Preferences, the results kept at the last quit are offered at start; opened
+// when the person says Open, left alone on Not Now.
 TEST(ResultFiles, ReopenOfferAtStart) {
     TempHome home;
     {
-        Preferences stored;
-        stored.load();
-        ASSERT_TRUE(stored.setValueAndStore("autosave", true));
+        Window w;
+        w.window->start();
+        w.window->showPreferences();
+        auto* keep = w.window->findChild<QCheckBox*>("autosave");
+        ASSERT_NE(keep, nullptr);
+        keep->setChecked(true);
     }
     writeCrawl(CrawlDatabaseCommands::autosavePath(),
                {{"http://a/", "200 OK"}, {"http://a/x", "404 Not Found"}});
