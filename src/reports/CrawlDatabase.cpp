@@ -10,7 +10,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSaveFile>
-#include <QSet>
 #include <QtDebug>
 #include <cerrno>
 #include <charconv>
