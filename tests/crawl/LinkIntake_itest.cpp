@@ -62,37 +62,50 @@ TEST(LinkIntake, RecordsFoldDuplicatesAndKeepFirstDistance) {
     EXPECT_EQ(crawl.hub.getBadCollectionCount(), 1);
 }
 
-TEST(LinkIntake, ErrorPagesAndLimits) {
+// The settings that decide which pages have their links followed, on one site. Every page named
+// present has a record and was checked; the pages themselves are checked whatever the gate.
+TEST(LinkIntake, GatesOnFollowingLinks) {
     TestServer server;
-    server.addPage("/", page("Home", "<a href=\"/broken\">broken</a> <a href=\"/deep1\">deep</a>"));
+    server.addPage("/", page("Home", "<a href=\"/broken\">broken</a> <a href=\"/deep1\">deep</a>"
+                                     "<a href=\"/nf\" rel=\"nofollow\">nf</a> <a href=\"/one\">1</a>"));
     server.addPage("/broken", page("Gone", "<a href=\"/from-error\">x</a>"), "text/html", 404);
     server.addPage("/deep1", page("D1", "<a href=\"/deep2\">d2</a>"));
     server.addPage("/deep2", page("D2", "<a href=\"/deep3\">d3</a>"));
-    server.addPage("/deep3", page("D3", ""));
-    server.addPage("/from-error", page("E", ""));
+    server.addPage("/nf", page("NF", "<a href=\"/from-nf\">x</a>"));
+    // Two pages of one title in a row: only the first is followed when titles must be unique.
+    server.addPage("/one", page("Same", "<a href=\"/two\">2</a>"));
+    server.addPage("/two", page("Same", "<a href=\"/three\">3</a>"));
+    for (const char* path : {"/deep3", "/from-error", "/from-nf", "/three"})
+        server.addPage(path, page("leaf", ""));
 
     struct Case {
         const char* name;
-        bool errorPages;
+        const char* key; // a site setting switched on; empty for none
         int levels;
-        QStringList present;
-        QStringList absent;
+        QStringList present, absent;
     };
     const Case cases[] = {
-        {"defaults", false, 100, {"/deep3"}, {"/from-error"}},
-        {"links of error pages", true, 100, {"/from-error", "/deep3"}, {}},
-        {"levels limit 0", false, 0, {"/broken", "/deep1"}, {"/deep2", "/from-error"}},
-        {"levels limit 1", false, 1, {"/deep2"}, {"/deep3"}},
+        {"defaults", "", 100, {"/deep3", "/from-nf", "/three"}, {"/from-error"}},
+        {"links of error pages", "checkErrorPages", 100, {"/from-error", "/deep3"}, {}},
+        {"levels limit 0", "", 0, {"/broken", "/deep1", "/nf"}, {"/deep2", "/from-error", "/from-nf"}},
+        {"levels limit 1", "", 1, {"/deep2", "/two"}, {"/deep3", "/three"}},
+        {"nofollow links not followed", "nofollowCheckbox", 100, {"/nf", "/deep3"}, {"/from-nf"}},
+        {"the start page only", "followCheckbox", 100, {"/nf", "/one"}, {"/from-nf", "/deep2", "/two"}},
+        {"unique titles", "uniqueTitles", 100, {"/two", "/deep3"}, {"/three"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Crawl crawl(server.url("/"));
-        crawl.config.setValueForKey("checkErrorPages", c.errorPages ? "YES" : "NO");
+        if (*c.key)
+            crawl.config.setValueForKey(c.key, "YES");
         crawl.preferences.setValue("levelslimit", c.levels);
         crawl.hub.go();
         ASSERT_TRUE(crawl.runToEnd());
-        for (const QString& path : c.present)
-            EXPECT_TRUE(crawl.find(server.url(path))) << path.toStdString();
+        for (const QString& path : c.present) {
+            const auto record = crawl.find(server.url(path));
+            ASSERT_TRUE(record) << path.toStdString();
+            EXPECT_EQ(record->getStatus(), path == "/broken" ? "404 not found" : "200 no error");
+        }
         for (const QString& path : c.absent)
             EXPECT_FALSE(crawl.find(server.url(path))) << path.toStdString();
     }
@@ -116,21 +129,6 @@ TEST(LinkIntake, LinksLimitReachedWhileRequestsAreInFlight) {
     EXPECT_EQ(crawl.hub.getNumberDone(), 10u);
     EXPECT_TRUE(crawl.hub.isCrawlFinished());
     EXPECT_TRUE(crawl.ui.alerts.isEmpty());
-}
-
-TEST(LinkIntake, UniqueTitlesFollowOnlyTheFirstPageOfATitle) {
-    TestServer server;
-    server.addPage("/", page("Home", "<a href=\"/one\">1</a>"));
-    server.addPage("/one", page("Same", "<a href=\"/two\">2</a>"));
-    server.addPage("/two", page("Same", "<a href=\"/three\">3</a>"));
-    server.addPage("/three", page("Other", ""));
-    Crawl crawl(server.url("/"));
-    crawl.config.setValueForKey("uniqueTitles", "YES");
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
-    ASSERT_TRUE(crawl.find(server.url("/two")));
-    EXPECT_EQ(crawl.find(server.url("/two"))->getStatus(), "200 no error");
-    EXPECT_FALSE(crawl.find(server.url("/three")));
 }
 
 TEST(LinkIntake, RuleLists) {
@@ -346,39 +344,6 @@ TEST(LinkIntake, LinksThatAreNoAddressesAndPagesWithNothingToRead) {
         EXPECT_EQ(empty->getStatus(), "200 no error");
         EXPECT_TRUE(empty->getHeadContainsNoIndex());
         EXPECT_EQ(crawl.hub.numberOfLinksOnThisPage(empty->getActualLinkUrl()), 0);
-    }
-}
-
-TEST(LinkIntake, NofollowAndSinglePageGates) {
-    TestServer server;
-    server.addPage("/",
-                   page("Home", "<a href=\"/nf.html\" rel=\"nofollow\">nf</a> <a href=\"/a.html\">a</a>"));
-    server.addPage("/nf.html", page("NF", "<a href=\"/from-nf.html\">x</a>"));
-    server.addPage("/a.html", page("A", "<a href=\"/from-a.html\">x</a>"));
-    for (const char* path : {"/from-nf.html", "/from-a.html"})
-        server.addPage(path, page("leaf", ""));
-
-    struct Case {
-        const char* name;
-        bool nofollow, singlePage;
-        bool fromNf, fromA;
-    };
-    const Case cases[] = {
-        {"everything followed", false, false, true, true},
-        {"nofollow links not followed", true, false, false, true},
-        {"the start page only", false, true, false, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Crawl crawl(server.url("/"));
-        crawl.config.setValueForKey("nofollowCheckbox", c.nofollow);
-        crawl.config.setValueForKey("followCheckbox", c.singlePage);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
-        // The pages themselves are always checked.
-        EXPECT_EQ(crawl.find(server.url("/nf.html"))->getStatus(), "200 no error");
-        EXPECT_EQ(bool(crawl.find(server.url("/from-nf.html"))), c.fromNf);
-        EXPECT_EQ(bool(crawl.find(server.url("/from-a.html"))), c.fromA);
     }
 }
 
