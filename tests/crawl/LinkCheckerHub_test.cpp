@@ -1,8 +1,5 @@
-#include "config/KestConfigManager.h"
-#include "config/Preferences.h"
-#include "crawl/LinkCheckerHub.h"
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
-#include "support/RecordingUserInterface.h"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +9,10 @@ TEST(LinkCheckerHub, SwitchingTheLoginOnAsksFirst) {
         bool on;
     };
     for (const Case& c : {Case{0, false}, Case{1, true}}) {
-        KestConfigManager config;
-        config.setDefaults();
+        Crawl crawl("");
+        auto& [config, preferences, ui, hub] = crawl;
         config.setDocumentEdited(false);
-        Preferences preferences;
-        RecordingUserInterface ui;
         ui.alertAnswer = c.answer;
-        LinkCheckerHub hub(config, preferences, ui);
         EXPECT_EQ(hub.handleAuthenticationButton(true), c.on);
         EXPECT_EQ(config.flagForKey("TrelliumAttemptAuthentication"), c.on);
         ASSERT_EQ(ui.alerts.size(), 1);
@@ -33,11 +27,8 @@ TEST(LinkCheckerHub, SwitchingTheLoginOnAsksFirst) {
 }
 
 TEST(LinkCheckerHub, BadOnlyReadingOfTheCollection) {
-    KestConfigManager config;
-    config.setDefaults();
-    Preferences preferences;
-    RecordingUserInterface ui;
-    LinkCheckerHub hub(config, preferences, ui);
+    Crawl crawl("");
+    auto& [config, preferences, ui, hub] = crawl;
     const char* statuses[] = {"200 no error", "404 not found", "200 no error", "500 internal server error"};
     for (int i = 0; i < 4; ++i) {
         auto record = std::make_shared<LinkCheckerUrl>(&hub);
@@ -91,13 +82,10 @@ TEST(LinkCheckerHub, KnownLinksAreFoundByTheirKey) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.stored) + " <- " + c.asked);
-        KestConfigManager config;
-        config.setDefaults();
+        Crawl crawl("");
+        auto& [config, preferences, ui, hub] = crawl;
         config.setValueForKey("followQuerystring", c.trimQuery ? "YES" : "NO");
         config.setValueForKey("ignoreSlash", c.ignoreSlash ? "YES" : "NO");
-        Preferences preferences;
-        RecordingUserInterface ui;
-        LinkCheckerHub hub(config, preferences, ui);
         hub.readCrawlSettings();
         // Stored as it stands: the record's own trimming is another matter.
         auto record = std::make_shared<LinkCheckerUrl>(&hub);
@@ -112,11 +100,8 @@ TEST(LinkCheckerHub, KnownLinksAreFoundByTheirKey) {
 // Links are filed under their page as they come, pages interleaved or not, and a copy of the
 // filing taken on the way keeps what it had.
 TEST(LinkCheckerHub, LinksAreFiledUnderTheirPage) {
-    KestConfigManager config;
-    config.setDefaults();
-    Preferences preferences;
-    RecordingUserInterface ui;
-    LinkCheckerHub hub(config, preferences, ui);
+    Crawl crawl("");
+    auto& [config, preferences, ui, hub] = crawl;
     auto link = [&](const QString& url) {
         auto record = std::make_shared<LinkCheckerUrl>(&hub);
         record->setLinkUrlTrimQuery(url, false);
