@@ -1,20 +1,11 @@
 // One-page crawls and hand-fed collections against real local servers.
-#include "config/KestConfigManager.h"
-#include "config/Preferences.h"
-#include "crawl/LinkCheckerHub.h"
 #include "support/CrawlFixture.h"
+#include "support/QtPrinting.h"
 #include "support/RawServer.h"
 #include "support/TestServer.h"
 
-#include "support/QtPrinting.h"
-#include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTimer>
-
 #include <gtest/gtest.h>
 
 TEST(CrawlSpine, StatusesAndRedirectChainsOfTheStartingPage) {
