@@ -36,8 +36,7 @@ TEST(LinkIntake, RecordsFoldDuplicatesAndKeepFirstDistance) {
                    page("C", "<a href=\"/b.html\">B from C</a> <a href=\"/missing.html\">gone</a>"));
     server.addPage("/x.html", page("X", ""));
     Crawl crawl(server.url("/"));
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
 
     const auto a = crawl.find(server.url("/a.html"));
     ASSERT_TRUE(a);
@@ -99,8 +98,7 @@ TEST(LinkIntake, GatesOnFollowingLinks) {
         if (*c.key)
             crawl.config.setValueForKey(c.key, "YES");
         crawl.preferences.setValue("levelslimit", c.levels);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         for (const QString& path : c.present) {
             const auto record = crawl.find(server.url(path));
             ASSERT_TRUE(record) << path.toStdString();
@@ -123,8 +121,7 @@ TEST(LinkIntake, LinksLimitReachedWhileRequestsAreInFlight) {
     server.addPage("/", page("Home", links));
     Crawl crawl(server.url("/"));
     crawl.preferences.setValue("linkslimit", 10);
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
     EXPECT_EQ(crawl.hub.count(), 10);
     EXPECT_EQ(crawl.hub.getNumberDone(), 10u);
     EXPECT_TRUE(crawl.hub.isCrawlFinished());
@@ -166,8 +163,7 @@ TEST(LinkIntake, RuleLists) {
         crawl.config.setCheckBlacklistArray(c.checkBlacklist);
         crawl.config.setFollowBlacklistArray(c.followBlacklist);
         crawl.config.setFollowWhitelistArray(c.whitelist);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         for (const QString& path : c.requested)
             EXPECT_FALSE(server.requestsFor(path).isEmpty()) << path.toStdString();
         for (const QString& path : c.notRequested) {
@@ -192,8 +188,7 @@ TEST(LinkIntake, RobotsTxtDisallowsForTheFirstGroupThatIsOurs) {
     server.addPage("/public/y", page("P", ""));
     Crawl crawl(server.url("/"));
     crawl.config.setValueForKey("blacklistByRobotsTxt", "YES");
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
     EXPECT_EQ(crawl.find(server.url("/secret/x"))->getStatus(), "Disallowed by robots.txt");
     EXPECT_TRUE(server.requestsFor("/secret/x").isEmpty());
     // "Disallow: /" is one character long and so bars nothing; the Google group came too late.
@@ -208,8 +203,7 @@ TEST(LinkIntake, StartRedirectedToAnotherHostMovesTheDomain) {
     server.addPage("/inside", page("Inside", "<a href=\"/deeper\">deeper</a>"));
     server.addPage("/deeper", page("Deeper", ""));
     Crawl crawl(server.url("/"));
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
     EXPECT_EQ(crawl.hub.getDomains(), QStringList({"localhost"}));
     const auto inside = crawl.find(QString("http://localhost:%1/inside").arg(server.port()));
     ASSERT_TRUE(inside);
@@ -228,8 +222,7 @@ TEST(LinkIntake, ExternalPagesAreReadForSoft404ButNeverParsed) {
     Crawl crawl(server.url("/"));
     crawl.preferences.setValue("soft404Button", true);
     crawl.preferences.setValue("soft404Terms", "page not found\nnot found");
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
     const auto ext = crawl.find(external + "/gone");
     ASSERT_TRUE(ext);
     EXPECT_FALSE(ext->isInternal());
@@ -260,8 +253,7 @@ TEST(LinkIntake, PlainTextAndSitemapStarts) {
     list.close();
 
     Crawl plain(QUrl::fromLocalFile(list.fileName()).toString());
-    plain.hub.go();
-    ASSERT_TRUE(plain.runToEnd());
+    ASSERT_TRUE(plain.goToEnd());
     EXPECT_TRUE(plain.hub.isPlainTextMode());
     ASSERT_TRUE(plain.find(server.url("/one")));
     EXPECT_EQ(plain.find(server.url("/one"))->getStatus(), "200 no error");
@@ -270,8 +262,7 @@ TEST(LinkIntake, PlainTextAndSitemapStarts) {
     EXPECT_TRUE(plain.find(server.url("/child")));
 
     Crawl sitemap(server.url("/sitemap.xml"));
-    sitemap.hub.go();
-    ASSERT_TRUE(sitemap.runToEnd());
+    ASSERT_TRUE(sitemap.goToEnd());
     ASSERT_TRUE(sitemap.find(server.url("/two")));
     EXPECT_EQ(sitemap.find(server.url("/one"))->getDistanceFromHome(), 1);
     EXPECT_EQ(sitemap.find(server.url("/two"))->getStatus(), "200 no error");
@@ -284,8 +275,7 @@ TEST(LinkIntake, FileExtensionsOfTheCrawlForTheOrphanSearch) {
                                      "<a href=\"/pack.tar.gz\">archive</a> <a href=\"/a.asp?x=1.5\">query</a>"
                                      "<a href=\"/folder/\">folder</a> <a href=\"/a.asp#p.q\">fragment</a>"));
     Crawl crawl(server.url("/"));
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd());
+    ASSERT_TRUE(crawl.goToEnd());
     // Letter case is kept; the page kinds are always there; a dot in a folder or a query is no extension.
     EXPECT_EQ(crawl.hub.getFileExtensionSet(), QSet<QString>({"PDF", "gz", "asp", "html", "htm", "php"}));
 }
@@ -316,8 +306,7 @@ TEST(LinkIntake, LinksThatAreNoAddressesAndPagesWithNothingToRead) {
         Crawl crawl(server.url("/"));
         crawl.config.setValueForKey("KestreliaHashIsBad", c.hashIsBad);
         crawl.config.setValueForKey("blacklistByRobotsTxt", c.robotsTxt);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
 
         QStringList missing;
         qsizetype zrefs = 0;
@@ -367,8 +356,7 @@ TEST(LinkIntake, EscapedLinksAreStoredDecodedInTheSitesEncoding) {
                                 "\"><title>T</title></head><body><a href=\"" + c.link +
                                 "\">x</a></body></html>");
         Crawl crawl(server.url("/"));
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         ASSERT_EQ(crawl.hub.count(), 2);
         EXPECT_EQ(crawl.hub.getnthofAllItems(1)->getLinkUrl(), server.url(c.stored));
     }
