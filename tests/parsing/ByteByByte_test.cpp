@@ -1,7 +1,7 @@
 // The reader takes stretches of bytes at once (page index, runs of text and values, tags read in
 // one piece, states settled a run at a time). Reading every byte one at a time, as the rules are
-// written, must give the same results: the same links, texts, flags, head values, word counts
-// and cursor positions after every call.
+// written, must give the same results: the same links, texts, flags, head values, tags, word
+// counts and cursor positions after every call.
 #include "ParserTestSupport.h"
 
 #include <QRandomGenerator>
@@ -52,6 +52,15 @@ QString transcript(const QByteArray& page, const Reading& run) {
         s << " [" << text.value_or(QStringLiteral("<none>")) << "] " << (text && text->isNull()) << ' '
           << p.position() << ' ' << p.getWordCount() << ' ' << p.lastLinkWasNofollow() << '\n';
     }
+    // Then every tag, as the head scans take them, and every way into one.
+    p.reset();
+    while (const std::optional<KestXmlTag> tag = p.getTag(false))
+        s << (tag->isClosing() ? "</" : "<") << tag->getData() << "> " << p.position() << ' '
+          << p.getWordCount() << '\n';
+    p.reset();
+    while (p.moveIntoNextTag())
+        s << p.position() << ' ';
+    s << p.getWordCount() << '\n';
     return out;
 }
 
@@ -214,6 +223,9 @@ TEST(ByteByByte, KnownQuirks) {
     QByteArray longTag = "<a href=\"" + QByteArray(1200, 'u') + "\" title=\"" + QByteArray(1000, 't') +
                          "\">" + QByteArray(1600, 'w') + "</a><h1>" + QByteArray(2000, 'h') + "</h1>";
     expectSameReading(longTag, Reading{});
+    // Tags that fill the 1,000-byte cap, ending the page or one byte before its end.
+    expectSameReading("<p>a<" + QByteArray(1000, 't'), Reading{});
+    expectSameReading("<p>a<" + QByteArray(1000, 't') + ">", Reading{});
     expectSameReading("<head></head>" + longTag, Reading{{}, true, true});
 }
 

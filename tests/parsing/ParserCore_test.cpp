@@ -1,7 +1,5 @@
 #include "ParserTestSupport.h"
 
-#include <QRandomGenerator>
-
 using namespace parsertest;
 
 namespace {
@@ -170,44 +168,4 @@ TEST(ParserCore, Constructors) {
               TextEncoding::ShiftJIS);
     EXPECT_EQ(parse("<meta charset=\"utf-8\"><p>", {.encoding = TextEncoding::ISOLatin1})->getUseEncoding(),
               TextEncoding::ISOLatin1);
-}
-
-// getTag finds a tag's end with memchr and takes its bytes in one piece; reading it byte by
-// byte, as getTag(true) does after moveIntoNextTag, must give the same tags, the same counts
-// and leave the same states behind for the next walk.
-TEST(ParserCore, TagReadingInOnePieceMatchesByteReading) {
-    QRandomGenerator random(11);
-    static const char chars[] = "<<>>//ab A\n!-\x80\xc3\xa9";
-    for (int round = 0; round < 400; ++round) {
-        QByteArray page = round % 3 ? "<head><title>t</title></head>" : "";
-        const int size = random.bounded(1, 300);
-        for (int i = 0; i < size; ++i) {
-            const int pick = random.bounded(static_cast<int>(sizeof(chars)));
-            if (pick == sizeof(chars) - 1) // NUL, or a run around the 1,000-byte cap
-                page += random.bounded(2) ? QByteArray(1, '\0') : QByteArray(random.bounded(995, 1005), 'x');
-            else
-                page += chars[pick];
-        }
-        SCOPED_TRACE(page.left(200).toStdString());
-        auto inPieces = parse(page);
-        auto byBytes = parse(page);
-        inPieces->reset();
-        byBytes->reset();
-        QStringList piecesTags;
-        QStringList bytesTags;
-        while (std::optional<KestXmlTag> tag = inPieces->getTag(false))
-            piecesTags << tagText(tag);
-        while (byBytes->moveIntoNextTag()) {
-            std::optional<KestXmlTag> tag = byBytes->getTag(true);
-            if (!tag)
-                break;
-            bytesTags << tagText(tag);
-        }
-        EXPECT_EQ(piecesTags, bytesTags);
-        EXPECT_EQ(inPieces->getWordCount(), byBytes->getWordCount());
-        inPieces->reset();
-        byBytes->reset();
-        EXPECT_EQ(summary(walk(*inPieces, true)), summary(walk(*byBytes, true)));
-        EXPECT_EQ(inPieces->getWordCount(), byBytes->getWordCount());
-    }
 }
