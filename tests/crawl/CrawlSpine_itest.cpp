@@ -1,20 +1,11 @@
 // One-page crawls and hand-fed collections against real local servers.
-#include "config/KestConfigManager.h"
-#include "config/Preferences.h"
-#include "crawl/LinkCheckerHub.h"
 #include "support/CrawlFixture.h"
+#include "support/QtPrinting.h"
 #include "support/RawServer.h"
 #include "support/TestServer.h"
 
-#include "support/QtPrinting.h"
-#include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTimer>
-
 #include <gtest/gtest.h>
 
 TEST(CrawlSpine, StatusesAndRedirectChainsOfTheStartingPage) {
@@ -40,8 +31,7 @@ TEST(CrawlSpine, StatusesAndRedirectChainsOfTheStartingPage) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.path.toStdString());
         Crawl crawl(server.url(c.path));
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         const auto record = crawl.first();
         EXPECT_EQ(record->getStatus(), c.status);
         EXPECT_EQ(record->getColour(), c.colour);
@@ -83,8 +73,7 @@ TEST(CrawlSpine, HeadersAsSent) {
     custom.config.setValueForKey("customHeaderValue2", "Custom/2");
     custom.config.setValueForKey("customHeaderKey3", "Host");
     custom.config.setValueForKey("customHeaderValue3", "site.example");
-    custom.hub.go();
-    ASSERT_TRUE(custom.runToEnd());
+    ASSERT_TRUE(custom.goToEnd());
     const auto replaced = server.requestsFor("/status/201").last();
     EXPECT_EQ(replaced.header("User-Agent"), "Custom/2");
     EXPECT_EQ(replaced.header("Host"), "site.example");
@@ -119,14 +108,12 @@ TEST(CrawlSpine, LoginPostIsSentAsItStandsAndItsCookieCarriesTheCrawl) {
     incomplete.config.setValueForKey("TrelliumAttemptAuthentication", "YES");
     incomplete.config.setValueForKey("authenticationusername", "user");
     incomplete.config.setValueForKey("customPostKey1", "k");
-    incomplete.hub.go();
-    ASSERT_TRUE(incomplete.runToEnd());
+    ASSERT_TRUE(incomplete.goToEnd());
     EXPECT_EQ(server.requestsFor("/status/200").last().method, "GET");
 
     // Without a login no cookie is kept.
     Crawl anonymous(server.url("/members"));
-    anonymous.hub.go();
-    ASSERT_TRUE(anonymous.runToEnd());
+    ASSERT_TRUE(anonymous.goToEnd());
     EXPECT_EQ(anonymous.first()->getStatus(), "403 forbidden");
 }
 
@@ -146,8 +133,7 @@ TEST(CrawlSpine, HttpAuthenticationIsTriedOnce) {
         crawl.config.setValueForKey("TrelliumAttemptAuthentication", c.attempt);
         crawl.config.setValueForKey("authenticationusername", "user");
         crawl.config.setValueForKey("authenticationpassword", c.password);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         EXPECT_EQ(crawl.first()->getStatus(), c.status);
         EXPECT_LE(crawl.first()->getPreviousFailureCount(), 1);
     }

@@ -52,8 +52,7 @@ TEST(HostileServer, EveryLinkEndsWithItsStatusInBoundedMemory) {
     lowerLimits(crawl, "1");
     const qint64 before = resetPeakMemory();
     ASSERT_GT(before, 0) << "cannot reset the peak memory figure";
-    crawl.hub.go();
-    ASSERT_TRUE(crawl.runToEnd(15000));
+    ASSERT_TRUE(crawl.goToEnd(15000));
     const qint64 peak = memoryFigure("VmHWM") - before;
 
     const std::tuple<const char*, const char*, int> cases[] = {
@@ -121,8 +120,7 @@ TEST(HostileServer, FailedAppendFinishesTheCrawl) {
     ASSERT_EQ(getrlimit(RLIMIT_AS, &old), 0);
     const rlimit low{rlim_t(memoryFigure("VmSize") * 1024 + 128 * 1024 * 1024), old.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &low), 0);
-    crawl.hub.go();
-    const bool ended = crawl.runToEnd(10000);
+    const bool ended = crawl.goToEnd(10000);
     setrlimit(RLIMIT_AS, &old);
     ASSERT_TRUE(ended);
     EXPECT_TRUE(crawl.hub.stopPressed());

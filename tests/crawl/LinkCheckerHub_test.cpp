@@ -1,8 +1,5 @@
-#include "config/KestConfigManager.h"
-#include "config/Preferences.h"
-#include "crawl/LinkCheckerHub.h"
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
-#include "support/RecordingUserInterface.h"
 
 #include <gtest/gtest.h>
 
@@ -12,50 +9,42 @@ TEST(LinkCheckerHub, SwitchingTheLoginOnAsksFirst) {
         bool on;
     };
     for (const Case& c : {Case{0, false}, Case{1, true}}) {
-        KestConfigManager config;
-        config.setDefaults();
-        config.setDocumentEdited(false);
-        Preferences preferences;
-        RecordingUserInterface ui;
-        ui.alertAnswer = c.answer;
-        LinkCheckerHub hub(config, preferences, ui);
-        EXPECT_EQ(hub.handleAuthenticationButton(true), c.on);
-        EXPECT_EQ(config.flagForKey("TrelliumAttemptAuthentication"), c.on);
-        ASSERT_EQ(ui.alerts.size(), 1);
-        EXPECT_EQ(ui.alerts[0].first, "Warning - Authentication");
-        EXPECT_TRUE(
-            ui.alerts[0].second.startsWith("By switching on this option it is possible to cause damage"));
+        Crawl crawl("");
+        crawl.config.setDocumentEdited(false);
+        crawl.ui.alertAnswer = c.answer;
+        EXPECT_EQ(crawl.hub.handleAuthenticationButton(true), c.on);
+        EXPECT_EQ(crawl.config.flagForKey("TrelliumAttemptAuthentication"), c.on);
+        ASSERT_EQ(crawl.ui.alerts.size(), 1);
+        EXPECT_EQ(crawl.ui.alerts[0].first, "Warning - Authentication");
+        EXPECT_TRUE(crawl.ui.alerts[0].second.startsWith(
+            "By switching on this option it is possible to cause damage"));
         // Only a confirmed change counts as an edit of the settings.
-        EXPECT_EQ(config.isDocumentEdited(), c.on);
-        EXPECT_FALSE(hub.handleAuthenticationButton(false));
-        EXPECT_EQ(ui.alerts.size(), 1);
+        EXPECT_EQ(crawl.config.isDocumentEdited(), c.on);
+        EXPECT_FALSE(crawl.hub.handleAuthenticationButton(false));
+        EXPECT_EQ(crawl.ui.alerts.size(), 1);
     }
 }
 
 TEST(LinkCheckerHub, BadOnlyReadingOfTheCollection) {
-    KestConfigManager config;
-    config.setDefaults();
-    Preferences preferences;
-    RecordingUserInterface ui;
-    LinkCheckerHub hub(config, preferences, ui);
+    Crawl crawl("");
     const char* statuses[] = {"200 no error", "404 not found", "200 no error", "500 internal server error"};
     for (int i = 0; i < 4; ++i) {
-        auto record = std::make_shared<LinkCheckerUrl>(&hub);
+        auto record = std::make_shared<LinkCheckerUrl>(&crawl.hub);
         record->setLinkUrlTrimQuery(QString("http://a.com/%1").arg(i), false);
         record->setStatus(statuses[i]);
-        hub.add(record);
-        hub.incNumberDone(record);
+        crawl.hub.add(record);
+        crawl.hub.incNumberDone(record);
     }
-    EXPECT_EQ(hub.getBadCollectionCount(), 2);
-    preferences.setValue("showHideGoodLinksCheckBox", true);
-    EXPECT_EQ(hub.getnthItem(0)->getStatus(), "404 not found");
-    EXPECT_EQ(hub.getnthItem(1)->getStatus(), "500 internal server error");
+    EXPECT_EQ(crawl.hub.getBadCollectionCount(), 2);
+    crawl.preferences.setValue("showHideGoodLinksCheckBox", true);
+    EXPECT_EQ(crawl.hub.getnthItem(0)->getStatus(), "404 not found");
+    EXPECT_EQ(crawl.hub.getnthItem(1)->getStatus(), "500 internal server error");
     // Past the bad ones the plain index answers; the crawl's own reading never changes.
-    EXPECT_EQ(hub.getnthItem(2)->getLinkUrl(), "http://a.com/2");
-    EXPECT_EQ(hub.getnthofAllItems(0)->getStatus(), "200 no error");
-    EXPECT_EQ(hub.getnthItem(7), nullptr);
-    EXPECT_EQ(hub.getfirstBadItem()->getLinkUrl(), "http://a.com/1");
-    EXPECT_EQ(ui.progressLines.last(), "4 of 4 links checked, 2 bad");
+    EXPECT_EQ(crawl.hub.getnthItem(2)->getLinkUrl(), "http://a.com/2");
+    EXPECT_EQ(crawl.hub.getnthofAllItems(0)->getStatus(), "200 no error");
+    EXPECT_EQ(crawl.hub.getnthItem(7), nullptr);
+    EXPECT_EQ(crawl.hub.getfirstBadItem()->getLinkUrl(), "http://a.com/1");
+    EXPECT_EQ(crawl.ui.progressLines.last(), "4 of 4 links checked, 2 bad");
 }
 
 // The known-link lookup folds a link to its key in one look over the text; the rules must
@@ -91,34 +80,26 @@ TEST(LinkCheckerHub, KnownLinksAreFoundByTheirKey) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.stored) + " <- " + c.asked);
-        KestConfigManager config;
-        config.setDefaults();
-        config.setValueForKey("followQuerystring", c.trimQuery ? "YES" : "NO");
-        config.setValueForKey("ignoreSlash", c.ignoreSlash ? "YES" : "NO");
-        Preferences preferences;
-        RecordingUserInterface ui;
-        LinkCheckerHub hub(config, preferences, ui);
-        hub.readCrawlSettings();
+        Crawl crawl("");
+        crawl.config.setValueForKey("followQuerystring", c.trimQuery ? "YES" : "NO");
+        crawl.config.setValueForKey("ignoreSlash", c.ignoreSlash ? "YES" : "NO");
+        crawl.hub.readCrawlSettings();
         // Stored as it stands: the record's own trimming is another matter.
-        auto record = std::make_shared<LinkCheckerUrl>(&hub);
-        hub.addToLookupWithKey(record, c.stored);
-        const auto found = hub.weHaveThisOneAlreadyIgnoreInternal(c.asked, nullptr, c.internal);
+        auto record = std::make_shared<LinkCheckerUrl>(&crawl.hub);
+        crawl.hub.addToLookupWithKey(record, c.stored);
+        const auto found = crawl.hub.weHaveThisOneAlreadyIgnoreInternal(c.asked, nullptr, c.internal);
         EXPECT_EQ(found == record, c.found);
         // The record being looked for on its own behalf is never its own duplicate.
-        EXPECT_EQ(hub.weHaveThisOneAlreadyIgnoreInternal(c.asked, record.get(), c.internal), nullptr);
+        EXPECT_EQ(crawl.hub.weHaveThisOneAlreadyIgnoreInternal(c.asked, record.get(), c.internal), nullptr);
     }
 }
 
 // Links are filed under their page as they come, pages interleaved or not, and a copy of the
 // filing taken on the way keeps what it had.
 TEST(LinkCheckerHub, LinksAreFiledUnderTheirPage) {
-    KestConfigManager config;
-    config.setDefaults();
-    Preferences preferences;
-    RecordingUserInterface ui;
-    LinkCheckerHub hub(config, preferences, ui);
+    Crawl crawl("");
     auto link = [&](const QString& url) {
-        auto record = std::make_shared<LinkCheckerUrl>(&hub);
+        auto record = std::make_shared<LinkCheckerUrl>(&crawl.hub);
         record->setLinkUrlTrimQuery(url, false);
         return record;
     };
@@ -128,16 +109,16 @@ TEST(LinkCheckerHub, LinksAreFiledUnderTheirPage) {
     link("http://h/3")->addOnPageUrl(b);
     // The same text made afresh is the same page.
     link("http://h/4")->addOnPageUrl(QString("http://h/") + "a");
-    const auto copy = hub.getByPageDictionary();
+    const auto copy = crawl.hub.getByPageDictionary();
     link("http://h/5")->addOnPageUrl(a);
     link("http://h/6")->addOnPageUrl(b);
 
     EXPECT_EQ(copy.value(a).size(), 3);
     EXPECT_EQ(copy.value(b).size(), 1);
-    const auto& filed = hub.getByPageDictionary();
+    const auto& filed = crawl.hub.getByPageDictionary();
     ASSERT_EQ(filed.value(a).size(), 4);
     EXPECT_EQ(filed.value(a)[3]->getLinkUrl(), "http://h/5");
     ASSERT_EQ(filed.value(b).size(), 2);
     EXPECT_EQ(filed.value(b)[1]->getLinkUrl(), "http://h/6");
-    EXPECT_EQ(hub.numberOfLinksOnThisPage(a), 4);
+    EXPECT_EQ(crawl.hub.numberOfLinksOnThisPage(a), 4);
 }

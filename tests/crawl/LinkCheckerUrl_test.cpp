@@ -1,22 +1,14 @@
-#include "config/KestConfigManager.h"
-#include "config/Preferences.h"
-#include "crawl/LinkCheckerHub.h"
-#include "support/RecordingUserInterface.h"
-#include "views/RecordJson.h"
-
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
+#include "views/RecordJson.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-struct Fixture {
-    KestConfigManager config;
-    Preferences preferences;
-    RecordingUserInterface ui;
-    LinkCheckerHub hub{config, preferences, ui};
-
-    Fixture() { config.setDefaults(); }
+// A hub with default settings, and records made on it but not added to it.
+struct Fixture : Crawl {
+    Fixture() : Crawl("") {}
 
     LinkCheckerUrlPtr record(const QString& url = "http://example.com/page",
                              const QString& status = QString()) {
@@ -35,6 +27,7 @@ TEST(LinkCheckerUrl, StatusDerivation) {
         const char* redir;
         int colour;
         bool good, exempt, errorPage, staysOutOfBad;
+        bool blacklisted = false;
     };
     const Case cases[] = {
         {"", "", 0, false, false, false, true},
@@ -56,12 +49,17 @@ TEST(LinkCheckerUrl, StatusDerivation) {
         {"file is directory", "", 0, true, false, false, true},
         {"file doesnt exist", "", 4, false, false, false, false},
         {"101 switching protocols", "", 0, true, false, false, true},
+        // Flagged blacklisted links are coloured before server errors, not before missing pages.
+        {"500 internal server error", "", 2, true, false, true, false, true},
+        {"404 not found", "", 3, false, false, true, false, true},
     };
     Fixture f;
+    f.preferences.setValue("flagBlacklisted", true);
     for (const Case& c : cases) {
         auto r = f.record("http://example.com/page", c.status);
         if (*c.redir)
             r->setRedir(c.redir);
+        r->setIsBlacklisted(c.blacklisted);
         SCOPED_TRACE(c.status);
         EXPECT_EQ(r->getColour(), c.colour);
         EXPECT_EQ(r->isGoodLink(), c.good);
@@ -69,17 +67,6 @@ TEST(LinkCheckerUrl, StatusDerivation) {
         EXPECT_EQ(r->isErrorPage(), c.errorPage);
         EXPECT_EQ(r->shouldBeMemberOfBadCollection(), c.staysOutOfBad);
     }
-}
-
-TEST(LinkCheckerUrl, BlacklistFlagColoursBeforeServerErrors) {
-    Fixture f;
-    f.preferences.setValue("flagBlacklisted", true);
-    auto r = f.record("http://example.com/x", "500 internal server error");
-    r->setIsBlacklisted(true);
-    EXPECT_EQ(r->getColour(), 2);
-    EXPECT_TRUE(r->isGoodLink());
-    r->setStatus("404 not found");
-    EXPECT_EQ(r->getColour(), 3);
 }
 
 TEST(LinkCheckerUrl, StatusChainPutsNewestFirst) {
@@ -101,6 +88,7 @@ TEST(LinkCheckerUrl, TrimmingOfStoredUrls) {
         bool ignoreSlash;
         const char* stored;
         const char* actual;
+        bool internal = true; // an external link's query is never cut
     };
     const Case cases[] = {
         {"http://a.com/p#top", false, true, "http://a.com/p", "http://a.com/p"},
@@ -112,25 +100,19 @@ TEST(LinkCheckerUrl, TrimmingOfStoredUrls) {
         {"https://www.google.com/url?q=http%3A%2F%2Fb.org%2Fx&sa=U", false, true, "http://b.org/x",
          "http://b.org/x"},
         {"#", false, true, "#", "#"},
+        {"http://other.org/p?id=3", true, true, "http://other.org/p?id=3", "http://other.org/p?id=3", false},
     };
     for (const Case& c : cases) {
         Fixture f;
         f.config.setValueForKey("ignoreSlash", c.ignoreSlash ? "YES" : "NO");
         auto r = std::make_shared<LinkCheckerUrl>(&f.hub);
+        r->setIsInternal(c.internal);
         r->setLinkUrlTrimQuery(c.in, c.trimQuery);
         SCOPED_TRACE(c.in);
         EXPECT_EQ(r->getLinkUrl(), c.stored);
         EXPECT_EQ(r->getActualLinkUrl(), c.actual);
         EXPECT_EQ(f.hub.lookup(c.stored), r);
     }
-}
-
-TEST(LinkCheckerUrl, ExternalQueryIsNeverCut) {
-    Fixture f;
-    auto r = std::make_shared<LinkCheckerUrl>(&f.hub);
-    r->setIsInternal(false);
-    r->setLinkUrlTrimQuery("http://other.org/p?id=3", true);
-    EXPECT_EQ(r->getLinkUrl(), "http://other.org/p?id=3");
 }
 
 TEST(LinkCheckerUrl, EqualityThroughTripledSlashSetsRecursion) {

@@ -49,8 +49,7 @@ TEST(LinkIntakeEdges, TextsTheUrlClassRefusesAreDroppedAndLogged) {
     const QtMessageHandler previous = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext&, const QString& line) { logLines.append(line); });
     Crawl crawl(server.url("/"));
-    crawl.hub.go();
-    const bool ended = crawl.runToEnd();
+    const bool ended = crawl.goToEnd();
     qInstallMessageHandler(previous);
     ASSERT_TRUE(ended);
     const QString log = logLines.join('\n');
@@ -141,8 +140,7 @@ TEST(LinkIntakeEdges, HostLetterCaseIsKept) {
         Crawl crawl(at(c.startHost, "/"));
         crawl.preferences.setValue("ignoreSubdomain", "YES");
         crawl.preferences.setValue("SEOEnabledCheckBox", true);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         EXPECT_EQ(crawl.hub.getDomains(), QStringList({c.startHost}));
         for (const QString& url : c.internal + c.external) {
             SCOPED_TRACE(url.toStdString());
@@ -182,8 +180,7 @@ TEST(LinkIntakeEdges, NofollowShowsInTheFlatExportAndTheRobotsField) {
         Crawl crawl(server.url("/"));
         crawl.preferences.setValue("LorraneByLinkViewColsNofollow", byLinkColumn);
         crawl.preferences.setValue("LorraneFlatViewColsNofollow", flatColumn);
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         EXPECT_EQ(crawl.find(server.url("/meta"))->getRobots(), detected ? "nofollow" : "");
         // The nofollow of every occurrence, read back from the flat export's last column.
         crawl.preferences.setValue("LorraneFlatViewColsNofollow", true);
@@ -224,8 +221,7 @@ TEST(LinkIntakeEdges, TimeStampInTheLocalesMediumStyles) {
         // The stamp of a request follows the locale of the moment, even within one second.
         QLocale::setDefault(locale);
         Crawl crawl(server.url("/"));
-        crawl.hub.go();
-        ASSERT_TRUE(crawl.runToEnd());
+        ASSERT_TRUE(crawl.goToEnd());
         EXPECT_TRUE(QRegularExpression(c.pattern).match(crawl.first()->getTimestamp()).hasMatch())
             << crawl.first()->getTimestamp().toStdString();
     }

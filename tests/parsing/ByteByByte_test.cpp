@@ -1,7 +1,7 @@
 // The reader takes stretches of bytes at once (page index, runs of text and values, tags read in
 // one piece, states settled a run at a time). Reading every byte one at a time, as the rules are
-// written, must give the same results: the same links, texts, flags, head values, word counts
-// and cursor positions after every call.
+// written, must give the same results: the same links, texts, flags, head values, tags, word
+// counts and cursor positions after every call.
 #include "ParserTestSupport.h"
 
 #include <QRandomGenerator>
@@ -52,6 +52,15 @@ QString transcript(const QByteArray& page, const Reading& run) {
         s << " [" << text.value_or(QStringLiteral("<none>")) << "] " << (text && text->isNull()) << ' '
           << p.position() << ' ' << p.getWordCount() << ' ' << p.lastLinkWasNofollow() << '\n';
     }
+    // Then every tag, as the head scans take them, and every way into one.
+    p.reset();
+    while (const std::optional<KestXmlTag> tag = p.getTag(false))
+        s << (tag->isClosing() ? "</" : "<") << tag->getData() << "> " << p.position() << ' '
+          << p.getWordCount() << '\n';
+    p.reset();
+    while (p.moveIntoNextTag())
+        s << p.position() << ' ';
+    s << p.getWordCount() << '\n';
     return out;
 }
 
@@ -74,98 +83,42 @@ void expectSameReading(const QByteArray& page, const Reading& run) {
 // Pieces chosen for the places where taking bytes in one piece could go wrong: comments closing
 // on one dash, scripts holding '<', "/a" and "img" inside attributes, NULs, bytes from 0x80 up,
 // invalid UTF-8, words at the edges of tags, values and tags past the 1,000-byte cap.
-const char* const pieces[] = {"<",
-                              ">",
-                              "<!-",
-                              "-->",
-                              "->",
-                              "<!--",
-                              "--",
-                              "-",
-                              "<!",
-                              "<!DOCTYPE html>",
-                              "<<",
-                              "</",
-                              "/",
-                              "<a href=\"x\">",
-                              "<a ",
-                              "<A HREF='y z'>",
-                              "<area href=u>",
-                              "<a href>",
-                              "<a zref=\"q\">",
-                              "<a title=\"see href here\" href=\"y\">",
-                              "</a>",
-                              "<a href=\"/assets/x.png\">",
-                              "<img src=\"i.png\" alt=\"t\">",
-                              "<img alt='' src=j>",
-                              "<img src=k>",
-                              "<img",
-                              " img ",
-                              "imgbox",
-                              "<script>",
-                              "</script>",
-                              "<script src=\"s.js\">",
-                              "<frame src=\"f g\">",
-                              "<iframe src=h>",
-                              "<base href=\"http://b/\">",
-                              "<base href=//c/>",
-                              "<title>",
-                              "</title>",
-                              "<title lang=x>",
-                              "</head>",
-                              "<head>",
-                              "<h1>",
-                              "</h1>",
-                              "<h1 class=\"a/b\">",
-                              "</body>",
-                              "<body>",
-                              "<meta name=robots content=\"noindex,nofollow\">",
-                              "<meta name=\"description\" content=\"d e\">",
-                              "<meta name=keywords content='k'>",
-                              "<link rel=canonical href=\"/c\">",
-                              "<meta charset=\"iso-8859-1\">",
-                              "rel=\"nofollow\"",
-                              "NoFollow",
-                              "nofollo",
-                              "word",
-                              "two words",
-                              " ",
-                              "  ",
-                              "\t",
-                              "\n",
-                              "\r\n",
-                              "!\"#$%&",
-                              "'",
-                              "\"",
-                              "=",
-                              "&amp;",
-                              "&eacute;",
-                              "&#65;",
-                              "&",
-                              ";",
-                              "a b",
-                              "a\tb",
-                              "\x80",
-                              "\xc3\xa9",
-                              "\xff",
-                              "\xe2\x80",
-                              "\xfe\xff",
-                              "<loc>",
-                              "</loc>",
-                              "http://x.y/z,",
-                              ", ",
-                              "<a href=\"x\" rel=nofollow>"};
+const QByteArrayList pieceGroups[] = {
+    {"<", ">", "<!-", "-->", "->", "<!--", "--", "-", "<!", "<!DOCTYPE html>", "<<", "</", "/"},
+    {"<a href=\"x\">", "<a ", "<A HREF='y z'>", "<area href=u>", "<a href>", "<a zref=\"q\">",
+     "<a title=\"see href here\" href=\"y\">", "</a>", "<a href=\"/assets/x.png\">"},
+    {"<img src=\"i.png\" alt=\"t\">", "<img alt='' src=j>", "<img src=k>", "<img", " img ", "imgbox"},
+    {"<script>", "</script>", "<script src=\"s.js\">", "<frame src=\"f g\">", "<iframe src=h>",
+     "<base href=\"http://b/\">", "<base href=//c/>"},
+    {"<title>", "</title>", "<title lang=x>", "</head>", "<head>", "<h1>", "</h1>", "<h1 class=\"a/b\">",
+     "</body>", "<body>"},
+    {"<meta name=robots content=\"noindex,nofollow\">", "<meta name=\"description\" content=\"d e\">",
+     "<meta name=keywords content='k'>", "<link rel=canonical href=\"/c\">", "<meta charset=\"iso-8859-1\">"},
+    {"rel=\"nofollow\"", "NoFollow", "nofollo", "word", "two words", " ", "  ", "\t", "\n"},
+    {"\r\n", "!\"#$%&", "'", "\"", "=", "&amp;", "&eacute;", "&#65;", "&", ";", "a b", "a\tb"},
+    {"\x80", "\xc3\xa9", "\xff", "\xe2\x80", "\xfe\xff", "<loc>", "</loc>", "http://x.y/z,", ", ",
+     "<a href=\"x\" rel=nofollow>"},
+};
+
+QByteArrayList allPieces() {
+    QByteArrayList pieces;
+    for (const QByteArrayList& group : pieceGroups)
+        pieces += group;
+    return pieces;
+}
 
 QByteArray randomPage(QRandomGenerator& random) {
+    static const QByteArrayList pieces = allPieces();
+    const int count = static_cast<int>(pieces.size());
     QByteArray page;
-    const int count = random.bounded(1, 120);
-    for (int i = 0; i < count; ++i) {
-        const int pick = random.bounded(static_cast<int>(std::size(pieces)) + 3);
-        if (pick < static_cast<int>(std::size(pieces)))
+    const int length = random.bounded(1, 120);
+    for (int i = 0; i < length; ++i) {
+        const int pick = random.bounded(count + 3);
+        if (pick < count)
             page += pieces[pick];
-        else if (pick == static_cast<int>(std::size(pieces)))
+        else if (pick == count)
             page += QByteArray(1, '\0');
-        else if (pick == static_cast<int>(std::size(pieces)) + 1)
+        else if (pick == count + 1)
             page += QByteArray(random.bounded(990, 1010), random.bounded(2) ? 'x' : ' ');
         else
             page += QByteArray(1, static_cast<char>(random.bounded(256)));
@@ -270,6 +223,9 @@ TEST(ByteByByte, KnownQuirks) {
     QByteArray longTag = "<a href=\"" + QByteArray(1200, 'u') + "\" title=\"" + QByteArray(1000, 't') +
                          "\">" + QByteArray(1600, 'w') + "</a><h1>" + QByteArray(2000, 'h') + "</h1>";
     expectSameReading(longTag, Reading{});
+    // Tags that fill the 1,000-byte cap, ending the page or one byte before its end.
+    expectSameReading("<p>a<" + QByteArray(1000, 't'), Reading{});
+    expectSameReading("<p>a<" + QByteArray(1000, 't') + ">", Reading{});
     expectSameReading("<head></head>" + longTag, Reading{{}, true, true});
 }
 

@@ -37,6 +37,7 @@ TEST(HeadMetadata, DescriptionKeywordsCanonical) {
         const char* description;
         const char* keywords;
         const char* canonical;
+        bool seo = true;
     };
     const Case cases[] = {
         {"og:description is never a source",
@@ -54,22 +55,17 @@ TEST(HeadMetadata, DescriptionKeywordsCanonical) {
         {"unquoted value gives nothing", "<meta name=description content=plain>", "", "", ""},
         {"line ends removed", "<meta name=description content=\"a\r\nb\">", "ab", "", ""},
         {"after the head is not read", "</head><meta name=description content=\"late\">", "", "", ""},
+        {"SEO off: no description, canonical absent",
+         "<link rel=canonical href=\"/x\"><meta name=description content=\"d\">", "", "", "<absent>", false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        auto parser = parse("<html><head>" + c.head + "</head><body></body>");
+        auto parser = parse("<html><head>" + c.head + "</head><body></body>", {.seo = c.seo});
         ASSERT_TRUE(parser);
         EXPECT_EQ(parser->getDescription(), QString::fromUtf8(c.description));
         EXPECT_EQ(parser->getKeywords(), QString::fromUtf8(c.keywords));
         EXPECT_EQ(parser->getCanonical().value_or("<absent>"), QString::fromUtf8(c.canonical));
     }
-}
-
-TEST(HeadMetadata, SeoOffLeavesCanonicalAbsent) {
-    auto parser = parse("<head><link rel=canonical href=\"/x\"><meta name=description content=\"d\"></head>",
-                        {.seo = false});
-    EXPECT_FALSE(parser->getCanonical().has_value());
-    EXPECT_EQ(parser->getDescription(), QString());
 }
 
 TEST(HeadMetadata, Headings) {
@@ -154,6 +150,7 @@ TEST(HeadMetadata, RobotsFlags) {
         QByteArray html;
         bool indexed;
         bool headNofollow;
+        bool asked = true; // whether noindex and nofollow are looked for
     };
     const Case cases[] = {
         {"plain", "<head><meta name=robots content=all></head>", true, false},
@@ -165,18 +162,15 @@ TEST(HeadMetadata, RobotsFlags) {
         {"any meta holding the word", "<head><meta name=description content=\"we noindex\"></head>", false,
          false},
         {"a link is not a meta", "<head><link rel=nofollow href=x></head>", true, false},
+        {"not asked for", "<head><meta name=robots content=noindex,nofollow></head>", true, false, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        auto parser = parse(c.html);
+        auto parser = parse(c.html, {.noIndex = c.asked, .nofollow = c.asked});
         ASSERT_TRUE(parser);
         EXPECT_EQ(parser->getShouldBeIndexed(), c.indexed);
         EXPECT_EQ(parser->getHeadContainsNoFollow(), c.headNofollow);
     }
-    auto unchecked = parse("<head><meta name=robots content=noindex,nofollow></head>",
-                           {.noIndex = false, .nofollow = false});
-    EXPECT_TRUE(unchecked->getShouldBeIndexed());
-    EXPECT_FALSE(unchecked->getHeadContainsNoFollow());
 }
 
 TEST(HeadMetadata, PullOut) {

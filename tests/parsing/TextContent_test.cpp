@@ -21,10 +21,7 @@ TEST(TextContent, KeepsAndDropsTheRightWords) {
         quint64 encoding = TextEncoding::UTF8;
     };
     const Case cases[] = {
-        {"each closing bracket leaves a space",
-         "<body><p>one</p><p>two</p></body>",
-         {" one ", " two "},
-         {"onetwo"}},
+        {"each '>' leaves a space", "<body><p>one</p><p>two</p></body>", {" one ", " two "}, {"onetwo"}},
         {"script", "<body><script>xkeep</script>ykeep</body>", {"ykeep"}, {"xkeep"}},
         {"style", "<body><STYLE>p{}</STYLE>ykeep</body>", {"ykeep"}, {"p{}"}},
         {"style close ends a script", "<body><script>a=1</style>after</body>", {"after"}, {"a=1"}},
@@ -43,10 +40,7 @@ TEST(TextContent, KeepsAndDropsTheRightWords) {
         {"a tag inside a word splits it", "<body>spel<b>ling</b></body>", {"spel ling"}, {"spelling"}},
         {"Windows apostrophe by number", "<body>it&#146;s</body>", {"it's"}, {"&#"}},
         {"Windows dashes by number", "<body>a&#150;b&#151;c</body>", {"a-b-c"}, {}},
-        {"named entities",
-         "<body>caf&eacute; &amp; tea</body>",
-         {QString::fromUtf8("café & tea")},
-         {"&amp;"}},
+        {"named entities", "<body>caf&eacute; &amp; tea</body>", {"café & tea"}, {"&amp;"}},
         // The byte right behind the head is not bracket-tracked, so a tag there shows its name,
         // as it counts as a word.
         {"a tag right behind the head", "<html><head></head><body>x</body></html>", {"body"}, {"<", ">"}},
@@ -58,11 +52,11 @@ TEST(TextContent, KeepsAndDropsTheRightWords) {
         {"mixed scripts",
          "<meta charset=utf-8><body>Gr\xc3\xbc\xc3\x9f"
          "e \xe6\x97\xa5\xe6\x9c\xac</body>",
-         {QString::fromUtf8("Grüße 日本")},
+         {"Grüße 日本"},
          {}},
         {"bytes the page's encoding cannot take fall to Latin-1",
          "<body>caf\xe9 ol\xe9</body>",
-         {QString::fromUtf8("café olé")},
+         {"café olé"},
          {},
          TextEncoding::Unknown},
         {"NUL does not end the text", QByteArray("<body>before\0after</body>", 25), {"after"}, {}},

@@ -46,6 +46,12 @@ struct Crawl {
         return !ui.results.isEmpty();
     }
 
+    // Starts the crawl and runs it to its end.
+    bool goToEnd(int milliseconds = 10000) {
+        hub.go();
+        return runToEnd(milliseconds);
+    }
+
     LinkCheckerUrlPtr first() const { return hub.getnthofAllItems(0); }
 
     // The record whose URL, as found or as requested, is the one given.
