@@ -32,7 +32,7 @@ QVariant ValidatorModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid())
         return {};
     if (role == Qt::DisplayRole) {
-        const auto page = seo.getnthVisibleItem(index.row());
+        const auto page = seo.validatorRowAt(index.row());
         const QString key = SEOManager::validatorTableView().tableColumns.value(index.column()).identifier;
         return page ? page->getFieldByName(key) : QVariant(QString());
     }
@@ -46,9 +46,21 @@ QVariant ValidatorModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ValidatorModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
+        return {};
+    // The first click on a column sorts ascending, whatever the column before was sorted by.
+    if (role == Qt::InitialSortOrderRole)
+        return int(Qt::AscendingOrder);
+    if (role != Qt::DisplayRole)
         return {};
     return SEOManager::validatorTableView().tableColumns.value(section).title;
+}
+
+void ValidatorModel::sort(int column, Qt::SortOrder order) {
+    beginResetModel();
+    seo.validatorTableDidClickColumn(SEOManager::validatorTableView().tableColumns.value(column).identifier,
+                                     order == Qt::AscendingOrder);
+    endResetModel();
 }
 
 void ValidatorModel::reload() {
@@ -72,6 +84,9 @@ ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, QWidge
     view->setModel(&model);
     view->setSelectionBehavior(QAbstractItemView::SelectRows);
     view->setSelectionMode(QAbstractItemView::SingleSelection);
+    // Unsorted until a header is clicked: the pages stand in the order they were found.
+    view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+    view->setSortingEnabled(true);
     view->horizontalHeader()->setStretchLastSection(true);
     view->setColumnWidth(0, 420);
     auto* buttons = new QHBoxLayout;
@@ -119,6 +134,9 @@ ValidatorView::~ValidatorView() {
 }
 
 void ValidatorView::reload() {
+    // A new crawl drops the sort; the arrow goes with it.
+    if (!seo.isValidatorTableSorted() && view->horizontalHeader()->sortIndicatorSection() >= 0)
+        view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     model.reload();
     shownRows = model.rowCount();
     notice->setText(seo.validatorNotice());

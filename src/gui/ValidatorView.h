@@ -18,6 +18,8 @@ class ValidatorModel : public QAbstractTableModel {
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    // A click on a column header: the table's own order; a column of -1 drops it.
+    void sort(int column, Qt::SortOrder order) override;
     void reload();
 
   private:

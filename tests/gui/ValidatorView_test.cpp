@@ -5,9 +5,12 @@
 #include "gui/ValidatorView.h"
 #include "support/CrawlFixture.h"
 
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTableView>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -58,6 +61,59 @@ TEST(ValidatorView, RowsColoursCountsAndTheServiceButtons) {
         EXPECT_EQ(crawl.preferences.stringValue("validationURL"), c.url);
         EXPECT_EQ(dialog.findChild<QLineEdit*>("validationURL")->text(), c.url);
     }
+}
+
+// Clicks on the headers: the first ascending, the next descending, numbers as numbers (10 after
+// 9), text without regard to case; equal numbers put the later page first; the arrow follows.
+TEST(ValidatorView, HeaderClicksSortTheTable) {
+    Crawl crawl("http://example.com/");
+    SEOManager seo(crawl.config, crawl.preferences, crawl.hub);
+    crawl.preferences.setValue("ValidationEnabled", true);
+    const struct {
+        const char* url;
+        int errors;
+    } pages[] = {{"http://example.com/b", 9},
+                 {"http://example.com/C", 10},
+                 {"http://example.com/a", 0},
+                 {"http://example.com/d", 9}};
+    for (const auto& p : pages) {
+        auto page = crawl.addLink(p.url);
+        seo.add(page);
+        page->setValidatorErrors(p.errors);
+    }
+    ValidatorView view(seo, crawl.preferences);
+    view.resize(900, 400);
+    view.show();
+    QHeaderView* header = view.table()->horizontalHeader();
+    auto clickOn = [&](int column) {
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                          QPoint(header->sectionViewportPosition(column) + 10, header->height() / 2));
+    };
+    auto rows = [&] {
+        QString order;
+        for (int r = 0; r < view.tableModel().rowCount(); ++r)
+            order += view.tableModel().data(view.tableModel().index(r, 0), Qt::DisplayRole).toString().back();
+        return order;
+    };
+    EXPECT_EQ(rows(), "bCad");
+    EXPECT_EQ(header->sortIndicatorSection(), -1);
+    const struct {
+        int column;
+        const char* order;
+        Qt::SortOrder arrow;
+    } clicks[] = {{2, "adbC", Qt::AscendingOrder},
+                  {2, "Cdba", Qt::DescendingOrder},
+                  {0, "abCd", Qt::AscendingOrder},
+                  {0, "dCba", Qt::DescendingOrder}};
+    for (const auto& c : clicks) {
+        clickOn(c.column);
+        EXPECT_EQ(rows(), c.order) << "after a click on column " << c.column;
+        EXPECT_EQ(header->sortIndicatorSection(), c.column);
+        EXPECT_EQ(header->sortIndicatorOrder(), c.arrow);
+    }
+    // A new crawl puts the pages back in the order found, without an arrow.
+    seo.clear();
+    EXPECT_EQ(header->sortIndicatorSection(), -1);
 }
 
 } // namespace
