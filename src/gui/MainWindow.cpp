@@ -121,7 +121,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     pages = new QStackedWidget;
     settings = new SettingsForm(app.getConfigManager(), controller);
     results = new ResultsView(app.getHub(), app.getPreferences(), ui);
-    spellingView = new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences());
+    spellingView = new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     results->addSubView(spellingView, "Spelling");
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
@@ -131,7 +131,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsLayout->addWidget(results);
     sitemapView = new SitemapView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(sitemapView);
-    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences());
+    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(validatorView);
     seoTable = new SEOTable(app.getSEOManager(), app.getPreferences(), ui);
     seoTable->hide();

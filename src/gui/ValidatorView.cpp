@@ -2,12 +2,11 @@
 
 #include "analysis/SEOManager.h"
 #include "config/Preferences.h"
-#include "views/TableExport.h"
+#include "gui/ExportPanel.h"
 
 #include <QBrush>
 #include <QColor>
 #include <QDesktopServices>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -16,7 +15,6 @@
 #include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
-#include <QtDebug>
 
 ValidatorModel::ValidatorModel(SEOManager& seo_, QObject* parent) : QAbstractTableModel(parent), seo(seo_) {}
 
@@ -68,8 +66,8 @@ void ValidatorModel::reload() {
     endResetModel();
 }
 
-ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, QWidget* parent)
-    : QWidget(parent), seo(seo_), preferences(preferences_), model(seo_) {
+ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, UserInterface& ui_, QWidget* parent)
+    : QWidget(parent), seo(seo_), preferences(preferences_), ui(ui_), model(seo_) {
     setObjectName("validatorView");
     auto* layout = new QVBoxLayout(this);
     notice = new QLabel;
@@ -159,19 +157,9 @@ void ValidatorView::showCounts() {
 }
 
 void ValidatorView::exportAsCSV() {
-    saveText(seo.exportValidatorAsCSV(), "csv");
+    ExportPanel::save(ui, "validation.csv", seo.exportValidatorAsCSV());
 }
 
 void ValidatorView::exportAsHTML() {
-    saveText(seo.exportValidatorAsHTML(), "html");
-}
-
-void ValidatorView::saveText(const QString& text, const QString& suffix) {
-    QString path = QFileDialog::getSaveFileName(this, "Export", QString(), QString("*.%1").arg(suffix));
-    if (path.isEmpty())
-        return;
-    if (!path.endsWith("." + suffix))
-        path += "." + suffix;
-    if (!TableExport::writeTextAtomically(path, text))
-        qInfo().noquote() << QString("Unsuccessful exporting data to %1\n").arg(path);
+    ExportPanel::save(ui, "validation.html", seo.exportValidatorAsHTML());
 }

@@ -8,6 +8,7 @@ class QLabel;
 class QTableView;
 class QTimer;
 class SEOManager;
+class UserInterface;
 
 // The validator table as a Qt model: the collection's pages with their validator status, errors
 // and warnings, none while validation is switched off, coloured by the row rule.
@@ -32,7 +33,7 @@ class ValidatorModel : public QAbstractTableModel {
 class ValidatorView : public QWidget {
     Q_OBJECT
   public:
-    ValidatorView(SEOManager& seo, Preferences& preferences, QWidget* parent = nullptr);
+    ValidatorView(SEOManager& seo, Preferences& preferences, UserInterface& ui, QWidget* parent = nullptr);
     ~ValidatorView() override;
 
     void reload();
@@ -43,10 +44,10 @@ class ValidatorView : public QWidget {
 
   private:
     void showCounts();
-    void saveText(const QString& text, const QString& suffix);
 
     SEOManager& seo;
     Preferences& preferences;
+    UserInterface& ui;
     ValidatorModel model;
     QLabel* notice = nullptr;
     QLabel* counts = nullptr;

@@ -8,12 +8,16 @@
 #include "support/TestServer.h"
 
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPushButton>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTextEdit>
+#include <QToolButton>
 #include <gtest/gtest.h>
 
 TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
@@ -29,7 +33,7 @@ TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
     crawl.hub.go();
     ASSERT_TRUE(crawl.runToEnd());
 
-    SpellingView view(seo, crawl.config, crawl.preferences);
+    SpellingView view(seo, crawl.config, crawl.preferences, crawl.ui);
     view.show();
     QTableView* table = view.table();
     EXPECT_EQ(table->model()->rowCount(), 2);
@@ -62,4 +66,55 @@ TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
     view.findChild<QComboBox*>("spellingFilter")->setCurrentIndex(0);
     view.findChild<QComboBox*>("spellingFilter")->setCurrentIndex(1);
     EXPECT_EQ(table->model()->rowCount(), 0);
+}
+
+// The Export menu of the spelling tab writes the spelling table where the person says, the
+// suffix added when the name has none; a cancelled choice writes nothing.
+TEST(SpellingView, ExportMenuWritesTheTable) {
+    Crawl crawl("http://example.com/");
+    crawl.config.setValueForKey("checkSpelling", "YES");
+    SEOManager seo(crawl.config, crawl.preferences, crawl.hub);
+    const struct {
+        const char* url;
+        int spelling, grammar;
+    } pages[] = {{"http://example.com/", 2, 0}, {"http://example.com/b.html", 0, 1}};
+    for (const auto& p : pages) {
+        auto page = crawl.addLink(p.url);
+        seo.add(page);
+        page->setSpelling(p.spelling);
+        page->setGrammar(p.grammar);
+    }
+    SpellingView view(seo, crawl.config, crawl.preferences, crawl.ui);
+    QTemporaryDir folder;
+    const struct {
+        const char* entry;
+        const char* answer;
+        const char* written;
+        const char* holds;
+    } exports[] = {
+        {"Export Spelling as CSV…", "table", "table.csv",
+         "\"URL\",\"Spelling\",\"Grammar\"\r\"http://example.com/\",\"2\",\"0\"\r"
+         "\"http://example.com/b.html\",\"0\",\"1\"\r"},
+        {"Export Spelling as HTML…", "page.html", "page.html",
+         "<th class = spelling>Spelling</th><th class = grammar>Grammar</th></tr><tr><td class = actualurl "
+         ">"},
+        {"Export Spelling as CSV…", "", "cancelled.csv", nullptr},
+    };
+    QMenu* menu = view.findChild<QToolButton*>("spellingExport")->menu();
+    for (const auto& e : exports) {
+        const auto actions = menu->actions();
+        const auto entry = std::find_if(actions.begin(), actions.end(),
+                                        [&](QAction* a) { return a->text() == QString(e.entry); });
+        ASSERT_NE(entry, actions.end()) << e.entry;
+        crawl.ui.saveAnswer = *e.answer ? folder.filePath(e.answer) : QString();
+        (*entry)->trigger();
+        QFile file(folder.filePath(e.written));
+        if (!e.holds) {
+            EXPECT_FALSE(file.exists());
+            continue;
+        }
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << e.written;
+        const QString text = QString::fromUtf8(file.readAll());
+        EXPECT_TRUE(text.contains(e.holds)) << text.toStdString();
+    }
 }

@@ -32,7 +32,7 @@ TEST(ValidatorView, RowsColoursCountsAndTheServiceButtons) {
         page->setValidatorErrors(p.errors);
         page->setValidatorWarnings(p.warnings);
     }
-    ValidatorView view(seo, crawl.preferences);
+    ValidatorView view(seo, crawl.preferences, crawl.ui);
     EXPECT_EQ(view.tableModel().rowCount(), 0);
     EXPECT_EQ(view.findChild<QLabel*>("validatorNotice")->text(),
               "HTML validations is disabled via global preferences");
@@ -81,7 +81,7 @@ TEST(ValidatorView, HeaderClicksSortTheTable) {
         seo.add(page);
         page->setValidatorErrors(p.errors);
     }
-    ValidatorView view(seo, crawl.preferences);
+    ValidatorView view(seo, crawl.preferences, crawl.ui);
     view.resize(900, 400);
     view.show();
     QHeaderView* header = view.table()->horizontalHeader();
