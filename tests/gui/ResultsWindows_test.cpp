@@ -1,0 +1,58 @@
+// Results in windows of their own: each kind in its window while the main window stays on the
+// tasks, and back on the results step when the preference says so again.
+#include "gui/MainWindow.h"
+#include "gui/ResultsView.h"
+#include "support/TempHome.h"
+
+#include <QMainWindow>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ResultsWindows, EachKindInAWindowOfItsOwnAndBack) {
+    TempHome home;
+    MainWindow window;
+    window.show();
+    window.start();
+    NewUIController& controller = window.uiController();
+    Preferences& preferences = window.appDelegate().getPreferences();
+    QWidget* links = &window.resultsView();
+    auto view = [&](const char* name) -> QWidget* {
+        return *name ? window.findChild<QWidget*>(name) : links;
+    };
+    const struct {
+        int action;
+        const char* window;
+        const char* view; // "" for the link views
+        const char* title;
+    } kinds[] = {
+        {3, "seoWindow", "SEOResultsView", " : SEO"},
+        {2, "sitemapWindow", "sitemapView", " : sitemap"},
+        {18, "validationWindow", "validatorView", " : HTML Validation"},
+        {8, "spellingWindow", "spellingResultsView", " : spelling & grammar"},
+        {1, "linksWindow", "", " : links"},
+    };
+    preferences.setValue("displayTrelliumResults", 1);
+    for (const auto& k : kinds) {
+        window.userInterface().showResults(k.action);
+        auto* own = window.findChild<QMainWindow*>(k.window);
+        ASSERT_NE(own, nullptr) << k.window;
+        EXPECT_TRUE(own->isVisible()) << k.window;
+        EXPECT_EQ(own->centralWidget(), view(k.view)) << k.window;
+        EXPECT_TRUE(view(k.view)->isVisible()) << k.window;
+        EXPECT_EQ(own->windowTitle(), k.title);
+        EXPECT_EQ(controller.getSelectedTab(), "3") << k.window;
+    }
+    // Results in the main window again: each window closes and its view is back on step 5.
+    preferences.setValue("displayTrelliumResults", 0);
+    for (const auto& k : kinds) {
+        window.userInterface().showResults(k.action);
+        EXPECT_FALSE(window.findChild<QMainWindow*>(k.window)->isVisible()) << k.window;
+        EXPECT_TRUE(view(k.view)->isVisible()) << k.window;
+        EXPECT_EQ(view(k.view)->window(), &window) << k.window;
+    }
+    window.close();
+}
+
+} // namespace
