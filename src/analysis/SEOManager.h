@@ -224,6 +224,9 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     std::function<void()> onValidationCountsChanged;
     std::function<void(const QString&)> onValidationProgressText;
     std::function<void()> onValidationFinished;
+    // Told at each kickOffValidation, switched on or not: the window that shows results apart
+    // brings the validator table to the front.
+    std::function<void()> onKickOffValidation;
 
     // ---- spelling and grammar (SEOManagerSpelling.cpp)
     // The tags of spellingFilter: pages not yet reviewed, all or with spelling or grammar issues.

@@ -90,6 +90,8 @@ void SEOManager::validationPageArrived(const LinkCheckerUrlPtr& page) {
 }
 
 void SEOManager::kickOffValidation() {
+    if (onKickOffValidation)
+        onKickOffValidation();
     if (!preferences.boolValue("ValidationEnabled"))
         return;
     validationKickedOff = true;

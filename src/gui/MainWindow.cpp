@@ -256,6 +256,11 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     controller.changed = [this] { refresh(); };
     controller.showResultsWindow = [this](const QString& kind) { showResultsWindow(kind); };
     controller.hideResultsWindow = [this](const QString& kind) { hideResultsWindow(kind); };
+    // With results apart, validation's start brings its table's window to the front.
+    app.getSEOManager().onKickOffValidation = [this] {
+        if (app.getPreferences().intValue("displayTrelliumResults") == 1)
+            showResultsWindow("validationResultsView");
+    };
     app.bringToFront = [this] {
         showNormal();
         raise();
@@ -288,6 +293,7 @@ MainWindow::~MainWindow() {
     app.getDatabaseCommands().dataDidLoad = nullptr;
     controller.showResultsWindow = nullptr;
     controller.hideResultsWindow = nullptr;
+    app.getSEOManager().onKickOffValidation = nullptr;
     resultsWindows.reset();
     delete takeCentralWidget();
 }

@@ -44,6 +44,13 @@ TEST(ResultsWindows, EachKindInAWindowOfItsOwnAndBack) {
         EXPECT_EQ(own->windowTitle(), k.title);
         EXPECT_EQ(controller.getSelectedTab(), "3") << k.window;
     }
+    // Validation's start brings its window to the front, switched on or not.
+    auto* validation = window.findChild<QMainWindow*>("validationWindow");
+    validation->hide();
+    preferences.setValue("ValidationEnabled", false);
+    window.appDelegate().getSEOManager().kickOffValidation();
+    EXPECT_TRUE(validation->isVisible());
+
     // Results in the main window again: each window closes and its view is back on step 5.
     preferences.setValue("displayTrelliumResults", 0);
     for (const auto& k : kinds) {
