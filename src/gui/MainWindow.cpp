@@ -683,9 +683,9 @@ void MainWindow::makeMenus() {
 
     QMenu* view = menuBar()->addMenu("&Results");
     resultsActions.append(view->addAction("Export as CSV…", QKeySequence("Ctrl+E"), this,
-                                          [this] { results->exportAsCSVMenuItem(); }));
+                                          [this] { exportResultsOnShow(false); }));
     resultsActions.append(view->addAction("Export as HTML…", QKeySequence("Ctrl+Alt+E"), this,
-                                          [this] { results->exportAsHTMLMenuItem(); }));
+                                          [this] { exportResultsOnShow(true); }));
     resultsActions.append(view->addAction("Export Flat Report as Tab-delimited…", this,
                                           [this] { results->exportAsTDLMenuItem(); }));
     view->addSeparator();
@@ -728,7 +728,7 @@ void MainWindow::makeMenus() {
     toolBar = new MainToolBar(app, controller, this);
     toolBar->exportResults = [this] {
         results->reloadData(true);
-        results->exportAsCSVMenuItem();
+        exportResultsOnShow(false);
     };
     addToolBar(Qt::TopToolBarArea, toolBar);
 }
@@ -820,6 +820,14 @@ void MainWindow::refresh() {
     for (QAction* action : resultsActions)
         action->setEnabled(tab == "5" || (resultsWindows->window("linksResultsView") &&
                                           resultsWindows->window("linksResultsView")->isVisible()));
+}
+
+// The export commands take the table in front: the spelling tab's own, or the link views'.
+void MainWindow::exportResultsOnShow(bool html) {
+    if (results->isAncestorOf(spellingView) && spellingView->isVisible())
+        html ? spellingView->exportAsHTML() : spellingView->exportAsCSV();
+    else
+        html ? results->exportAsHTMLMenuItem() : results->exportAsCSVMenuItem();
 }
 
 void MainWindow::showResultsWindow(const QString& kind) {

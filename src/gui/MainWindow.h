@@ -78,6 +78,7 @@ class MainWindow : public QMainWindow {
     void refresh();
     void reloadSites();
     void showProgress(qint64 done, qint64 total, const QString& line);
+    void exportResultsOnShow(bool html);
     void showResultsWindow(const QString& kind);
     void hideResultsWindow(const QString& kind);
 

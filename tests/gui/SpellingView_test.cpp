@@ -1,6 +1,7 @@
 // The spelling tab and the review window, offscreen, over a crawl of the local test server with
 // the real checker and a temporary personal word list.
 #include "analysis/SEOManager.h"
+#include "gui/MainWindow.h"
 #include "gui/SpellingView.h"
 #include "platform/SpellChecker.h"
 #include "support/CrawlFixture.h"
@@ -117,4 +118,30 @@ TEST(SpellingView, ExportMenuWritesTheTable) {
         const QString text = QString::fromUtf8(file.readAll());
         EXPECT_TRUE(text.contains(e.holds)) << text.toStdString();
     }
+}
+
+// With the spelling tab in front, the Results menu's exports write the spelling table.
+TEST(SpellingView, ResultsMenuExportsTheTabInFront) {
+    TempHome home;
+    MainWindow window;
+    window.show();
+    window.start();
+    window.userInterface().showResults(8);
+    QTemporaryDir folder;
+    const struct {
+        const char* command;
+        const char* file;
+        const char* holds;
+    } exports[] = {{"Export as CSV…", "s.csv", "\"URL\",\"Spelling\",\"Grammar\"\r"},
+                   {"Export as HTML…", "s.html", "<th class = spelling>Spelling</th>"}};
+    for (const auto& e : exports) {
+        window.userInterface().filesAhead = {folder.filePath(e.file)};
+        for (QAction* action : window.findChildren<QAction*>())
+            if (action->text() == e.command)
+                action->trigger();
+        QFile file(folder.filePath(e.file));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << e.command;
+        EXPECT_TRUE(QString::fromUtf8(file.readAll()).contains(e.holds)) << e.command;
+    }
+    window.close();
 }
