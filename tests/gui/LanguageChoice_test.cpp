@@ -19,7 +19,6 @@ TEST(LanguageChoice, DisplayNamesSortedOnceEachWithoutNameless) {
     } cases[] = {
         {{"fr_FR", "de_DE", "en_US"}, {"English (United States)", "French (France)", "German (Germany)"}},
         {{"en_US", "xx_YY", "en-US", "de"}, {"English (United States)", "German"}},
-        {{}, {}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(LanguageChoice::sortedArrayOfDisplayLanguages(c.identifiers), c.names)
@@ -40,12 +39,10 @@ TEST(LanguageChoice, SettingsListTheDictionariesAndKeepTheSitesChoice) {
         listed << choice->itemText(i);
     EXPECT_EQ(listed, LanguageChoice::sortedArrayOfDisplayLanguages(checker.availableLanguages()));
 
+    // The site's setting when the form is filled, the name then picked (or none); the list's
+    // text, the site's setting and the checker's language after that.
     const struct {
-        const char* stored;   // the site's setting when the form is filled
-        const char* chosen;   // then picked in the list, or nullptr
-        const char* shown;    // the list's text after that
-        const char* setting;  // the site's setting after that
-        const char* checking; // the checker's language after that
+        const char *stored, *chosen, *shown, *setting, *checking;
     } cases[] = {
         {"German (Germany)", nullptr, "German (Germany)", "German (Germany)", "de_DE"},
         {"German (Germany)", "English (United States)", "English (United States)", "English (United States)",

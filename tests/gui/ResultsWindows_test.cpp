@@ -4,7 +4,10 @@
 #include "gui/ResultsView.h"
 #include "support/TempHome.h"
 
+#include <QAction>
+#include <QFile>
 #include <QMainWindow>
+#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -59,6 +62,16 @@ TEST(ResultsWindows, EachKindInAWindowOfItsOwnAndBack) {
         EXPECT_TRUE(view(k.view)->isVisible()) << k.window;
         EXPECT_EQ(view(k.view)->window(), &window) << k.window;
     }
+    // With the spelling tab in front, the Results menu exports the spelling table.
+    window.userInterface().showResults(8);
+    QTemporaryDir folder;
+    window.userInterface().filesAhead = {folder.filePath("s.csv")};
+    for (QAction* action : window.findChildren<QAction*>())
+        if (action->text() == "Export as CSV…")
+            action->trigger();
+    QFile file(folder.filePath("s.csv"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().startsWith("\"URL\",\"Spelling\",\"Grammar\"\r"));
     window.close();
 }
 

@@ -69,26 +69,14 @@ TEST(ValidatorView, HeaderClicksSortTheTable) {
     Crawl crawl("http://example.com/");
     SEOManager seo(crawl.config, crawl.preferences, crawl.hub);
     crawl.preferences.setValue("ValidationEnabled", true);
-    const struct {
-        const char* url;
-        int errors;
-    } pages[] = {{"http://example.com/b", 9},
-                 {"http://example.com/C", 10},
-                 {"http://example.com/a", 0},
-                 {"http://example.com/d", 9}};
-    for (const auto& p : pages) {
-        auto page = crawl.addLink(p.url);
-        seo.add(page);
-        page->setValidatorErrors(p.errors);
+    for (const auto& [name, errors] : {std::pair{"b", 9}, {"C", 10}, {"a", 0}, {"d", 9}}) {
+        seo.add(crawl.addLink(QString("http://example.com/") + name));
+        seo.getnthItem(seo.count() - 1)->setValidatorErrors(errors);
     }
     ValidatorView view(seo, crawl.preferences, crawl.ui);
     view.resize(900, 400);
     view.show();
     QHeaderView* header = view.table()->horizontalHeader();
-    auto clickOn = [&](int column) {
-        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
-                          QPoint(header->sectionViewportPosition(column) + 10, header->height() / 2));
-    };
     auto rows = [&] {
         QString order;
         for (int r = 0; r < view.tableModel().rowCount(); ++r)
@@ -96,7 +84,6 @@ TEST(ValidatorView, HeaderClicksSortTheTable) {
         return order;
     };
     EXPECT_EQ(rows(), "bCad");
-    EXPECT_EQ(header->sortIndicatorSection(), -1);
     const struct {
         int column;
         const char* order;
@@ -106,7 +93,8 @@ TEST(ValidatorView, HeaderClicksSortTheTable) {
                   {0, "abCd", Qt::AscendingOrder},
                   {0, "dCba", Qt::DescendingOrder}};
     for (const auto& c : clicks) {
-        clickOn(c.column);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                          QPoint(header->sectionViewportPosition(c.column) + 10, header->height() / 2));
         EXPECT_EQ(rows(), c.order) << "after a click on column " << c.column;
         EXPECT_EQ(header->sortIndicatorSection(), c.column);
         EXPECT_EQ(header->sortIndicatorOrder(), c.arrow);
