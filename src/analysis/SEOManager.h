@@ -204,6 +204,12 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     qsizetype numberOfValidatorRows() const;
     std::optional<LabelColour> validatorLabelColorForRow(qsizetype row) const;
     QString validatorNotice() const;
+    // The table's row-th page: the SEO walk over the validator table's own sort order.
+    LinkCheckerUrlPtr validatorRowAt(qsizetype row) const;
+    // A column click of the validator table: its own order, numeric for the keys that are
+    // numbers; an empty key drops the sort.
+    void validatorTableDidClickColumn(const QString& key, bool ascending);
+    bool isValidatorTableSorted() const { return validatorSortArray.has_value(); }
     QString validationDoubleClickUrl(qsizetype row) const;
     void validationDoubleClick(qsizetype row);
     void validatorRowClicked(qsizetype row);
@@ -218,6 +224,9 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     std::function<void()> onValidationCountsChanged;
     std::function<void(const QString&)> onValidationProgressText;
     std::function<void()> onValidationFinished;
+    // Told at each kickOffValidation, switched on or not: the window that shows results apart
+    // brings the validator table to the front.
+    std::function<void()> onKickOffValidation;
 
     // ---- spelling and grammar (SEOManagerSpelling.cpp)
     // The tags of spellingFilter: pages not yet reviewed, all or with spelling or grammar issues.
@@ -261,6 +270,9 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     // Membership by address: the collection's own order stays the list's.
     QSet<const LinkCheckerUrl*> members;
     bool stopPressedFlag = false;
+    // The n-th page with visible2 set, in a table's own order where it reaches and in stored
+    // order beyond (pages that arrived after the sort).
+    ItemPtr nthVisibleIn(const std::optional<std::vector<ItemPtr>>& sorted, qsizetype n) const;
 
     // ---- SEO state
     void clearSEOAndDuplicates();
@@ -292,6 +304,7 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     void resetValidation();
     void validationPageArrived(const LinkCheckerUrlPtr& page);
     void validationCountsChanged();
+    std::optional<std::vector<ItemPtr>> validatorSortArray;
     int nextPageToValidate = 0;
     int numberValidated = 0;
     int numberValidationWarnings = 0;

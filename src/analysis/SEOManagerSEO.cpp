@@ -37,8 +37,13 @@ int countFor(const LinkCheckerUrl& page, const QString& identifier, bool content
 // ---------------------------------------------------------------- the walk
 
 SEOManager::ItemPtr SEOManager::getnthVisibleItem(qsizetype n) const {
+    return nthVisibleIn(SEOSortArray, n);
+}
+
+SEOManager::ItemPtr SEOManager::nthVisibleIn(const std::optional<std::vector<ItemPtr>>& sorted,
+                                             qsizetype n) const {
     qsizetype seen = -1;
-    const std::vector<ItemPtr>& order = SEOSortArray ? *SEOSortArray : collection;
+    const std::vector<ItemPtr>& order = sorted ? *sorted : collection;
     for (size_t i = 0; i < collection.size(); ++i) {
         const ItemPtr& item = i < order.size() ? order[i] : collection[i];
         if (item && item->getVisible2() && ++seen == n)

@@ -70,6 +70,7 @@ void SEOManager::leaveValidation() {
 
 // A new crawl: counts and cursor back to the start, nothing kicked off, the crawl not finished.
 void SEOManager::resetValidation() {
+    validatorSortArray.reset();
     nextPageToValidate = 0;
     numberValidated = numberValidationWarnings = numberValidationErrors = 0;
     validationsInFlight = 0;
@@ -89,6 +90,8 @@ void SEOManager::validationPageArrived(const LinkCheckerUrlPtr& page) {
 }
 
 void SEOManager::kickOffValidation() {
+    if (onKickOffValidation)
+        onKickOffValidation();
     if (!preferences.boolValue("ValidationEnabled"))
         return;
     validationKickedOff = true;
@@ -255,8 +258,25 @@ QString SEOManager::validatorNotice() const {
     return QString();
 }
 
+LinkCheckerUrlPtr SEOManager::validatorRowAt(qsizetype row) const {
+    return nthVisibleIn(validatorSortArray, row);
+}
+
+// The table keeps its own order apart from the SEO table's: the base sort runs on it and hands
+// it back.
+void SEOManager::validatorTableDidClickColumn(const QString& key, bool ascending) {
+    if (key.isEmpty()) {
+        validatorSortArray.reset();
+        return;
+    }
+    qInfo() << "sorting validation table";
+    sortArray = validatorSortArray;
+    sortByColumnAscendingWithOptions(key, ascending, KestDataObject::isNumber(key) ? 1 : 0);
+    validatorSortArray = sortArray;
+}
+
 QString SEOManager::validationDoubleClickUrl(qsizetype row) const {
-    const LinkCheckerUrlPtr page = getnthVisibleItem(row);
+    const LinkCheckerUrlPtr page = validatorRowAt(row);
     if (!page)
         return QString();
     return QString("%1/check?uri=%2").arg(preferences.stringValue("validationURL"), page->getActualLinkUrl());

@@ -10,6 +10,7 @@
 #include "gui/ResultFiles.h"
 #include "gui/ResultsNotice.h"
 #include "gui/ResultsView.h"
+#include "gui/ResultsWindows.h"
 #include "gui/SEOTable.h"
 #include "gui/SettingsFileIntake.h"
 #include "gui/SettingsForm.h"
@@ -121,7 +122,7 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     pages = new QStackedWidget;
     settings = new SettingsForm(app.getConfigManager(), controller);
     results = new ResultsView(app.getHub(), app.getPreferences(), ui);
-    spellingView = new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences());
+    spellingView = new SpellingView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     results->addSubView(spellingView, "Spelling");
     resultsPage = new QWidget;
     auto* resultsLayout = new QVBoxLayout(resultsPage);
@@ -131,11 +132,23 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     resultsLayout->addWidget(results);
     sitemapView = new SitemapView(app.getSEOManager(), app.getConfigManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(sitemapView);
-    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences());
+    validatorView = new ValidatorView(app.getSEOManager(), app.getPreferences(), ui);
     resultsLayout->addWidget(validatorView);
     seoTable = new SEOTable(app.getSEOManager(), app.getPreferences(), ui);
     seoTable->hide();
     resultsLayout->addWidget(seoTable);
+    // Each kind of results may show in a window of its own instead; the views come back here.
+    resultsWindows = std::make_unique<ResultsWindows>(this);
+    resultsWindows->addView("linksResultsView", results, [resultsLayout](QWidget* view) {
+        resultsLayout->insertWidget(1, view);
+        view->show();
+    });
+    auto backIntoStep5 = [resultsLayout](QWidget* view) { resultsLayout->addWidget(view); };
+    resultsWindows->addView("sitemapResultsView", sitemapView, backIntoStep5);
+    resultsWindows->addView("validationResultsView", validatorView, backIntoStep5);
+    resultsWindows->addView("seoResultsView", seoTable, backIntoStep5);
+    resultsWindows->addView("spellingResultsView", spellingView,
+                            [this](QWidget* view) { results->addSubView(view, "Spelling"); });
     pages->addWidget(makeSitesPage());
     pages->addWidget(settings);
     pages->addWidget(makeTasksPage());
@@ -243,6 +256,11 @@ MainWindow::MainWindow() : app(ui), controller(app, ui) {
     controller.changed = [this] { refresh(); };
     controller.showResultsWindow = [this](const QString& kind) { showResultsWindow(kind); };
     controller.hideResultsWindow = [this](const QString& kind) { hideResultsWindow(kind); };
+    // With results apart, validation's start brings its table's window to the front.
+    app.getSEOManager().onKickOffValidation = [this] {
+        if (app.getPreferences().intValue("displayTrelliumResults") == 1)
+            showResultsWindow("validationResultsView");
+    };
     app.bringToFront = [this] {
         showNormal();
         raise();
@@ -275,7 +293,8 @@ MainWindow::~MainWindow() {
     app.getDatabaseCommands().dataDidLoad = nullptr;
     controller.showResultsWindow = nullptr;
     controller.hideResultsWindow = nullptr;
-    delete resultsWindow;
+    app.getSEOManager().onKickOffValidation = nullptr;
+    resultsWindows.reset();
     delete takeCentralWidget();
 }
 
@@ -315,8 +334,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         WindowMemory::saveGeometry(*this);
         WindowMemory::saveSplitters(*this);
         terminated = app.applicationShouldTerminate();
-        if (resultsWindow)
-            resultsWindow->close();
+        resultsWindows->closeAll();
     }
     event->accept();
 }
@@ -668,9 +686,9 @@ void MainWindow::makeMenus() {
 
     QMenu* view = menuBar()->addMenu("&Results");
     resultsActions.append(view->addAction("Export as CSV…", QKeySequence("Ctrl+E"), this,
-                                          [this] { results->exportAsCSVMenuItem(); }));
+                                          [this] { exportResultsOnShow(false); }));
     resultsActions.append(view->addAction("Export as HTML…", QKeySequence("Ctrl+Alt+E"), this,
-                                          [this] { results->exportAsHTMLMenuItem(); }));
+                                          [this] { exportResultsOnShow(true); }));
     resultsActions.append(view->addAction("Export Flat Report as Tab-delimited…", this,
                                           [this] { results->exportAsTDLMenuItem(); }));
     view->addSeparator();
@@ -713,7 +731,7 @@ void MainWindow::makeMenus() {
     toolBar = new MainToolBar(app, controller, this);
     toolBar->exportResults = [this] {
         results->reloadData(true);
-        results->exportAsCSVMenuItem();
+        exportResultsOnShow(false);
     };
     addToolBar(Qt::TopToolBarArea, toolBar);
 }
@@ -725,9 +743,13 @@ void MainWindow::refresh() {
     // Step 5 shows the table of the task that ran: the SEO, sitemap or validator table, the
     // link views (with the spelling tab) otherwise.
     const QString view = controller.getResultsView();
-    validatorView->setVisible(view == "validationResultsView");
-    seoTable->setVisible(view == "seoResultsView");
-    sitemapView->setVisible(view == "sitemapResultsView");
+    // A view in a window of its own shows there, whatever step 5 holds.
+    const std::pair<QWidget*, const char*> pageViews[] = {{validatorView, "validationResultsView"},
+                                                          {seoTable, "seoResultsView"},
+                                                          {sitemapView, "sitemapResultsView"}};
+    for (const auto& [widget, name] : pageViews)
+        if (widget->parent() == resultsPage)
+            widget->setVisible(view == name);
     if (results->parent() == resultsPage)
         results->setVisible(view != "validationResultsView" && view != "seoResultsView" &&
                             view != "sitemapResultsView");
@@ -799,32 +821,32 @@ void MainWindow::refresh() {
     toolBar->refresh();
     resultsNotice->update(resultsSite, config.getNameOfSelectedSite(), hub.getCrawlState());
     for (QAction* action : resultsActions)
-        action->setEnabled(tab == "5" || (resultsWindow && resultsWindow->isVisible()));
+        action->setEnabled(tab == "5" || (resultsWindows->window("linksResultsView") &&
+                                          resultsWindows->window("linksResultsView")->isVisible()));
+}
+
+// The export commands take the table in front: the spelling tab's own, or the link views'.
+void MainWindow::exportResultsOnShow(bool html) {
+    if (results->isAncestorOf(spellingView) && spellingView->isVisible())
+        html ? spellingView->exportAsHTML() : spellingView->exportAsCSV();
+    else
+        html ? results->exportAsHTMLMenuItem() : results->exportAsCSVMenuItem();
 }
 
 void MainWindow::showResultsWindow(const QString& kind) {
-    if (kind != "linksResultsView")
-        return;
-    if (!resultsWindow) {
-        resultsWindow = new QMainWindow(this, Qt::Window);
-        resultsWindow->setObjectName("linksWindow");
-        resultsWindow->resize(1000, 640);
-    }
-    resultsWindow->setWindowTitle(
-        NewUIController::titleFormatForAction(1).arg(app.getConfigManager().getNameOfSelectedSite()));
-    if (results->parent() != resultsWindow)
-        resultsWindow->setCentralWidget(results);
-    resultsWindow->show();
-    resultsWindow->raise();
+    // The window is titled as step 5 would be for the same results.
+    int action = 0;
+    for (int a : {1, 2, 3, 8, 18, 10})
+        if (NewUIController::resultsViewForAction(a) == kind)
+            action = a;
+    resultsWindows->show(
+        kind, controller.getResultsWindows().value(kind, kind),
+        NewUIController::titleFormatForAction(action).arg(app.getConfigManager().getNameOfSelectedSite()));
 }
 
 void MainWindow::hideResultsWindow(const QString& kind) {
-    if (kind != "linksResultsView" || !resultsWindow)
-        return;
-    if (resultsWindow->centralWidget() == results) {
-        resultsWindow->takeCentralWidget();
-        resultsPage->layout()->addWidget(results);
-        results->show();
-    }
-    resultsWindow->hide();
+    resultsWindows->hide(kind);
+    // The spelling tab stands among the link views, which step 5 then shows.
+    if (kind == "spellingResultsView")
+        resultsWindows->hide("linksResultsView");
 }

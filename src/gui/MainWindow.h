@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 #include <QMap>
+#include <memory>
 
 class ProgressPage;
 class QAction;
@@ -32,6 +33,7 @@ class SiteListModel;
 // below. It draws the state of NewUIController and forwards every command to it or to the
 // site list; it decides nothing itself.
 class ResultFiles;
+class ResultsWindows;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -76,6 +78,7 @@ class MainWindow : public QMainWindow {
     void refresh();
     void reloadSites();
     void showProgress(qint64 done, qint64 total, const QString& line);
+    void exportResultsOnShow(bool html);
     void showResultsWindow(const QString& kind);
     void hideResultsWindow(const QString& kind);
 
@@ -102,7 +105,7 @@ class MainWindow : public QMainWindow {
     ValidatorView* validatorView = nullptr;
     SpellingView* spellingView = nullptr;
     ResultFiles* resultFiles = nullptr;
-    QMainWindow* resultsWindow = nullptr;
+    std::unique_ptr<ResultsWindows> resultsWindows;
 
     QMap<NewUIController::Task, QPushButton*> taskButtons;
     QCheckBox* newCrawlButton = nullptr;

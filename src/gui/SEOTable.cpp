@@ -110,6 +110,8 @@ SEOTable::SEOTable(SEOManager& seo_, Preferences& preferences_, QtUserInterface&
     view = new QTableView;
     view->setObjectName("SEOTableView");
     view->setModel(&rows);
+    // No sort until a header is clicked (enabling sorting would sort by the URL, descending).
+    view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     view->setSortingEnabled(true);
     view->horizontalHeader()->setSortIndicatorShown(false);
     view->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);

@@ -1,16 +1,14 @@
 #include "gui/SettingsForm.h"
 
-#include "platform/SpellChecker.h"
-
 #include "app/NewUIController.h"
 #include "config/KestConfigManager.h"
 #include "gui/FieldChecks.h"
+#include "gui/LanguageChoice.h"
 #include "gui/SitemapRulesBox.h"
 
 #include <QCheckBox>
 #include <QColor>
 #include <QComboBox>
-#include <QCompleter>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -131,7 +129,8 @@ SettingsForm::SettingsForm(KestConfigManager& config_, NewUIController& controll
             {"checkGrammar", "Check grammar", Kind::Flag, "Collect grammar findings of each page."},
             {"defaultLocalFileName", "Default file of a local folder:", Kind::Text,
              "The file tried for a folder when the site is a folder on this computer."},
-            {"language", "Spelling language:", Kind::Text, "The language that spelling is checked in."},
+            {"language", "Spelling language:", Kind::Language,
+             "The language that spelling is checked in: one of the dictionaries installed on this computer."},
         }),
         "Crawl");
     tabs->addTab(makeRulesPage(), "Rules");
@@ -211,6 +210,20 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
         }
         return;
     }
+    if (field.kind == Kind::Language) {
+        // The choice goes into the site's settings and to the checker at once.
+        language = new LanguageChoice;
+        language->setToolTip(field.tip);
+        language->languageSelected = [this](const QString& name) {
+            if (loading)
+                return;
+            config.changeSetting("language", name);
+            if (config.newLanguageSelected)
+                config.newLanguageSelected(name);
+        };
+        form->addRow(field.label, language);
+        return;
+    }
     auto* edit = new QLineEdit;
     edit->setObjectName(key);
     edit->setToolTip(field.tip);
@@ -261,32 +274,6 @@ void SettingsForm::addField(QFormLayout* form, const Field& field) {
         form->addRow(field.label, edit);
         connect(edit, &QLineEdit::textEdited, this, [this, key, kind] { textEdited(key, kind); });
     }
-    if (key == "language")
-        offerInstalledLanguages(edit);
-}
-
-void SettingsForm::offerInstalledLanguages(QLineEdit* edit) {
-    // The names of the installed dictionaries; a chosen one goes to the checker at once.
-    SpellChecker& checker = SpellChecker::sharedSpellChecker();
-    QStringList names;
-    for (const QString& tag : checker.availableLanguages()) {
-        const QString name = SpellChecker::displayNameForLanguage(tag);
-        if (!name.isEmpty() && !names.contains(name))
-            names << name;
-    }
-    names.sort(Qt::CaseInsensitive);
-    auto* completer = new QCompleter(names, edit);
-    completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
-    completer->setCaseSensitivity(Qt::CaseInsensitive);
-    edit->setCompleter(completer);
-    edit->setPlaceholderText(SpellChecker::displayNameForLanguage(checker.language()));
-    connect(edit, &QLineEdit::editingFinished, this, [this, edit] {
-        if (loading)
-            return;
-        config.changeSetting("language", edit->text());
-        if (config.newLanguageSelected)
-            config.newLanguageSelected(edit->text());
-    });
 }
 
 void SettingsForm::textEdited(const QString& key, Kind kind) {
@@ -513,6 +500,7 @@ void SettingsForm::load() {
     }
     for (auto it = checkBoxes.begin(); it != checkBoxes.end(); ++it)
         it.value()->setChecked(config.flagForKey(it.key()));
+    language->showLanguage(config.stringForKey("language"));
     refreshRuleTable();
     loading = false;
 }

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 class KestConfigManager;
+class LanguageChoice;
 class NewUIController;
 class QCheckBox;
 class QComboBox;
@@ -23,13 +24,14 @@ class SettingsForm : public QWidget {
     void load();
     QLineEdit* lineEditForKey(const QString& key) const { return lineEdits.value(key); }
     QCheckBox* checkBoxForKey(const QString& key) const { return checkBoxes.value(key); }
+    LanguageChoice* languageChoice() const { return language; }
     QTableWidget* ruleTable() const { return rules; }
     // Adds a term to the list of a rule title: "Do not check", "Do not follow", "Only follow".
     void addBlacklistRule(const QString& title, const QString& term);
     void deleteBlacklistRule();
 
   private:
-    enum class Kind { Flag, Text, Password, WholeNumber, Seconds };
+    enum class Kind { Flag, Text, Password, WholeNumber, Seconds, Language };
     struct Field {
         const char* key;
         const char* label;
@@ -39,7 +41,6 @@ class SettingsForm : public QWidget {
     QWidget* makeGroup(const QList<Field>& fields);
     void addField(class QFormLayout* form, const Field& field);
     void textEdited(const QString& key, Kind kind);
-    void offerInstalledLanguages(QLineEdit* edit);
     void flagToggled(const QString& key, bool on);
     void refreshRuleTable();
     void refreshEnabledFields();
@@ -55,6 +56,7 @@ class SettingsForm : public QWidget {
     QHash<QString, QLabel*> hints;
     QHash<QString, QString> loadedValues; // of the text fields, as each edit began
     QHash<QString, QCheckBox*> checkBoxes;
+    LanguageChoice* language = nullptr;
     QTableWidget* rules = nullptr;
     QComboBox* ruleTitle = nullptr;
     QLineEdit* ruleTerm = nullptr;

@@ -4,6 +4,7 @@
 #include "analysis/spellingDialogue.h"
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
+#include "gui/ExportPanel.h"
 #include "platform/SpellChecker.h"
 
 #include <QApplication>
@@ -15,10 +16,12 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTableView>
 #include <QTextEdit>
+#include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -165,8 +168,8 @@ void SpellingReviewDialog::closeEvent(QCloseEvent* event) {
 }
 
 SpellingView::SpellingView(SEOManager& seo_, KestConfigManager& config_, Preferences& preferences_,
-                           QWidget* parent)
-    : QWidget(parent), seo(seo_), config(config_), preferences(preferences_), model(seo_) {
+                           UserInterface& ui_, QWidget* parent)
+    : QWidget(parent), seo(seo_), config(config_), preferences(preferences_), ui(ui_), model(seo_) {
     setObjectName("spellingResultsView");
     auto* layout = new QVBoxLayout(this);
     auto* bar = new QHBoxLayout;
@@ -177,18 +180,29 @@ SpellingView::SpellingView(SEOManager& seo_, KestConfigManager& config_, Prefere
     filter->addItem("Pages with grammar issues", int(SEOManager::withGrammar));
     counts = new QLabel;
     counts->setObjectName("spellingCounts");
+    auto* exports = new QToolButton;
+    exports->setObjectName("spellingExport");
+    exports->setText("Export");
+    exports->setPopupMode(QToolButton::InstantPopup);
+    auto* menu = new QMenu(exports);
+    menu->addAction("Export Spelling as CSV…", this, &SpellingView::exportAsCSV);
+    menu->addAction("Export Spelling as HTML…", this, &SpellingView::exportAsHTML);
+    exports->setMenu(menu);
     bar->addWidget(filter);
     bar->addStretch(1);
     bar->addWidget(counts);
+    bar->addWidget(exports);
     layout->addLayout(bar);
     view = new QTableView;
     view->setObjectName("spellingTable");
     view->setModel(&model);
+    // Unsorted until a header is clicked: enabling sorting would otherwise sort at once, by the
+    // first column, descending.
+    view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     view->setSortingEnabled(true);
     view->setSelectionBehavior(QAbstractItemView::SelectRows);
     view->setSelectionMode(QAbstractItemView::SingleSelection);
     view->horizontalHeader()->setStretchLastSection(true);
-    view->horizontalHeader()->setSortIndicatorShown(false);
     layout->addWidget(view, 1);
     review = new SpellingReviewDialog(seo, this);
 
@@ -219,6 +233,14 @@ void SpellingView::reloadData() {
     if (!problems.isEmpty())
         text += " (" + problems.join("; ") + ")";
     counts->setText(text);
+}
+
+void SpellingView::exportAsCSV() {
+    ExportPanel::save(ui, "spelling.csv", seo.exportSpellingAsCSV(SEOManager::spellingTableView()));
+}
+
+void SpellingView::exportAsHTML() {
+    ExportPanel::save(ui, "spelling.html", seo.exportSpellingAsHTML(SEOManager::spellingTableView()));
 }
 
 void SpellingView::openSelected() {

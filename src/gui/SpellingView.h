@@ -15,6 +15,7 @@ class QPushButton;
 class QTableView;
 class QTextEdit;
 class SEOManager;
+class UserInterface;
 class spellingDialogue;
 
 // The rows of the spelling table: the manager's spelling list, drawn as it stands.
@@ -55,12 +56,15 @@ class SpellingReviewDialog : public QDialog {
     QPushButton* learnButton;
 };
 
-// The spelling task's results: the filter by kind, the page counts and the table.
+// The spelling task's results: the filter by kind, the page counts, the table and its exports.
 class SpellingView : public QWidget {
   public:
-    SpellingView(SEOManager& seo, KestConfigManager& config, Preferences& preferences,
+    SpellingView(SEOManager& seo, KestConfigManager& config, Preferences& preferences, UserInterface& ui,
                  QWidget* parent = nullptr);
     void reloadData();
+    // The table as it shows, to a file the person chooses.
+    void exportAsCSV();
+    void exportAsHTML();
     SpellingReviewDialog& dialogue() { return *review; }
     QTableView* table() const { return view; }
 
@@ -72,6 +76,7 @@ class SpellingView : public QWidget {
     SEOManager& seo;
     KestConfigManager& config;
     Preferences& preferences;
+    UserInterface& ui;
     SpellingTableModel model;
     QComboBox* filter;
     QLabel* counts;

@@ -2,12 +2,11 @@
 
 #include "analysis/SEOManager.h"
 #include "config/Preferences.h"
-#include "views/TableExport.h"
+#include "gui/ExportPanel.h"
 
 #include <QBrush>
 #include <QColor>
 #include <QDesktopServices>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -16,7 +15,6 @@
 #include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
-#include <QtDebug>
 
 ValidatorModel::ValidatorModel(SEOManager& seo_, QObject* parent) : QAbstractTableModel(parent), seo(seo_) {}
 
@@ -32,7 +30,7 @@ QVariant ValidatorModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid())
         return {};
     if (role == Qt::DisplayRole) {
-        const auto page = seo.getnthVisibleItem(index.row());
+        const auto page = seo.validatorRowAt(index.row());
         const QString key = SEOManager::validatorTableView().tableColumns.value(index.column()).identifier;
         return page ? page->getFieldByName(key) : QVariant(QString());
     }
@@ -46,9 +44,21 @@ QVariant ValidatorModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ValidatorModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
+        return {};
+    // The first click on a column sorts ascending, whatever the column before was sorted by.
+    if (role == Qt::InitialSortOrderRole)
+        return int(Qt::AscendingOrder);
+    if (role != Qt::DisplayRole)
         return {};
     return SEOManager::validatorTableView().tableColumns.value(section).title;
+}
+
+void ValidatorModel::sort(int column, Qt::SortOrder order) {
+    beginResetModel();
+    seo.validatorTableDidClickColumn(SEOManager::validatorTableView().tableColumns.value(column).identifier,
+                                     order == Qt::AscendingOrder);
+    endResetModel();
 }
 
 void ValidatorModel::reload() {
@@ -56,8 +66,8 @@ void ValidatorModel::reload() {
     endResetModel();
 }
 
-ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, QWidget* parent)
-    : QWidget(parent), seo(seo_), preferences(preferences_), model(seo_) {
+ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, UserInterface& ui_, QWidget* parent)
+    : QWidget(parent), seo(seo_), preferences(preferences_), ui(ui_), model(seo_) {
     setObjectName("validatorView");
     auto* layout = new QVBoxLayout(this);
     notice = new QLabel;
@@ -72,6 +82,9 @@ ValidatorView::ValidatorView(SEOManager& seo_, Preferences& preferences_, QWidge
     view->setModel(&model);
     view->setSelectionBehavior(QAbstractItemView::SelectRows);
     view->setSelectionMode(QAbstractItemView::SingleSelection);
+    // Unsorted until a header is clicked: the pages stand in the order they were found.
+    view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+    view->setSortingEnabled(true);
     view->horizontalHeader()->setStretchLastSection(true);
     view->setColumnWidth(0, 420);
     auto* buttons = new QHBoxLayout;
@@ -119,6 +132,9 @@ ValidatorView::~ValidatorView() {
 }
 
 void ValidatorView::reload() {
+    // A new crawl drops the sort; the arrow goes with it.
+    if (!seo.isValidatorTableSorted() && view->horizontalHeader()->sortIndicatorSection() >= 0)
+        view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     model.reload();
     shownRows = model.rowCount();
     notice->setText(seo.validatorNotice());
@@ -141,19 +157,9 @@ void ValidatorView::showCounts() {
 }
 
 void ValidatorView::exportAsCSV() {
-    saveText(seo.exportValidatorAsCSV(), "csv");
+    ExportPanel::save(ui, "validation.csv", seo.exportValidatorAsCSV());
 }
 
 void ValidatorView::exportAsHTML() {
-    saveText(seo.exportValidatorAsHTML(), "html");
-}
-
-void ValidatorView::saveText(const QString& text, const QString& suffix) {
-    QString path = QFileDialog::getSaveFileName(this, "Export", QString(), QString("*.%1").arg(suffix));
-    if (path.isEmpty())
-        return;
-    if (!path.endsWith("." + suffix))
-        path += "." + suffix;
-    if (!TableExport::writeTextAtomically(path, text))
-        qInfo().noquote() << QString("Unsuccessful exporting data to %1\n").arg(path);
+    ExportPanel::save(ui, "validation.html", seo.exportValidatorAsHTML());
 }

@@ -8,6 +8,7 @@ class QLabel;
 class QTableView;
 class QTimer;
 class SEOManager;
+class UserInterface;
 
 // The validator table as a Qt model: the collection's pages with their validator status, errors
 // and warnings, none while validation is switched off, coloured by the row rule.
@@ -18,6 +19,8 @@ class ValidatorModel : public QAbstractTableModel {
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    // A click on a column header: the table's own order; a column of -1 drops it.
+    void sort(int column, Qt::SortOrder order) override;
     void reload();
 
   private:
@@ -30,7 +33,7 @@ class ValidatorModel : public QAbstractTableModel {
 class ValidatorView : public QWidget {
     Q_OBJECT
   public:
-    ValidatorView(SEOManager& seo, Preferences& preferences, QWidget* parent = nullptr);
+    ValidatorView(SEOManager& seo, Preferences& preferences, UserInterface& ui, QWidget* parent = nullptr);
     ~ValidatorView() override;
 
     void reload();
@@ -41,10 +44,10 @@ class ValidatorView : public QWidget {
 
   private:
     void showCounts();
-    void saveText(const QString& text, const QString& suffix);
 
     SEOManager& seo;
     Preferences& preferences;
+    UserInterface& ui;
     ValidatorModel model;
     QLabel* notice = nullptr;
     QLabel* counts = nullptr;

@@ -8,12 +8,16 @@
 #include "support/TestServer.h"
 
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPushButton>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTextEdit>
+#include <QToolButton>
 #include <gtest/gtest.h>
 
 TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
@@ -29,7 +33,7 @@ TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
     crawl.hub.go();
     ASSERT_TRUE(crawl.runToEnd());
 
-    SpellingView view(seo, crawl.config, crawl.preferences);
+    SpellingView view(seo, crawl.config, crawl.preferences, crawl.ui);
     view.show();
     QTableView* table = view.table();
     EXPECT_EQ(table->model()->rowCount(), 2);
@@ -62,4 +66,36 @@ TEST(SpellingView, FilterReviewLearnAndModeSwitch) {
     view.findChild<QComboBox*>("spellingFilter")->setCurrentIndex(0);
     view.findChild<QComboBox*>("spellingFilter")->setCurrentIndex(1);
     EXPECT_EQ(table->model()->rowCount(), 0);
+}
+
+// The tab's Export menu writes the table where the person says, the suffix added when the name
+// has none.
+TEST(SpellingView, ExportMenuWritesTheTable) {
+    Crawl crawl("http://example.com/");
+    crawl.config.setValueForKey("checkSpelling", "YES");
+    SEOManager seo(crawl.config, crawl.preferences, crawl.hub);
+    for (const auto& [url, spelling] :
+         {std::pair{"http://example.com/", 2}, {"http://example.com/b.html", 0}}) {
+        seo.add(crawl.addLink(url));
+        seo.getnthItem(seo.count() - 1)->setSpelling(spelling);
+    }
+    SpellingView view(seo, crawl.config, crawl.preferences, crawl.ui);
+    QTemporaryDir folder;
+    const struct {
+        const char *entry, *answer, *written, *holds;
+    } exports[] = {
+        {"Export Spelling as CSV…", "t", "t.csv",
+         "\"URL\",\"Spelling\",\"Grammar\"\r\"http://example.com/\",\"2\",\"0\"\r\"http://example.com/"
+         "b.html\",\"0\",\"0\"\r"},
+        {"Export Spelling as HTML…", "p.html", "p.html", "<th class = spelling>Spelling</th>"},
+    };
+    for (const auto& e : exports) {
+        crawl.ui.saveAnswer = folder.filePath(e.answer);
+        for (QAction* action : view.findChild<QToolButton*>("spellingExport")->menu()->actions())
+            if (action->text() == e.entry)
+                action->trigger();
+        QFile file(folder.filePath(e.written));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << e.written;
+        EXPECT_TRUE(QString::fromUtf8(file.readAll()).contains(e.holds)) << e.written;
+    }
 }
