@@ -33,6 +33,7 @@ void SEOManager::clear() {
     members.clear();
     stopPressedFlag = false;
     clearSitemapCollection();
+    sitemapSortKey.clear();
     resetValidation();
     clearSEOAndDuplicates();
 }

@@ -131,6 +131,7 @@ class SEOManager : public lfDataSource<LinkCheckerUrl> {
     void clearSitemapCollection() { sitemapCollection.reset(); }
     // A column click of the sitemap table: the list is rebuilt in that order.
     void sitemapTableDidClickColumn(const QString& key, bool ascending);
+    bool isSitemapTableSorted() const { return !sitemapSortKey.isEmpty(); }
     // The page's values as the sitemap writes them (the rule's where one applies).
     QString sitemapPriorityFor(const LinkCheckerUrl& page) const;
     QString sitemapChangeFrequencyFor(const LinkCheckerUrl& page) const;

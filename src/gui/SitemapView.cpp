@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -201,6 +202,12 @@ SitemapView::~SitemapView() {
 }
 
 void SitemapView::reloadData() {
+    // A new crawl drops the sort; the arrow goes with it.
+    QHeaderView* header = view->horizontalHeader();
+    if (!seo.isSitemapTableSorted() && header->sortIndicatorSection() >= 0) {
+        const QSignalBlocker quiet(header);
+        header->setSortIndicator(-1, Qt::AscendingOrder);
+    }
     model.reload();
     const qsizetype pages = seo.getSitemapCollectionCount();
     warning->setText(QString("This sitemap holds %1 URLs, more than the %2 that the Sitemaps protocol allows "
