@@ -1,7 +1,7 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
-#include "config/QtPrinters.h"
 #include "platform/Plist.h"
+#include "support/QtPrinting.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
@@ -39,21 +39,11 @@ QStringList displayedNames(const SiteStore& list) {
     return out;
 }
 
-// Answers alerts with a chosen button.
-class AnsweringUserInterface : public RecordingUserInterface {
-  public:
-    int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-        RecordingUserInterface::alert(title, text, buttons);
-        return answer;
-    }
-    int answer = 0;
-};
-
 class SiteStoreTest : public testing::Test {
   protected:
     TempHome home;
     Preferences preferences;
-    AnsweringUserInterface ui;
+    RecordingUserInterface ui;
     KestConfigManager config{&preferences, &ui};
 };
 
@@ -140,7 +130,7 @@ TEST_F(SiteStoreTest, ANewSiteOnlyAfterSavingOrDiscardingEdits) {
     config.loadAllUrls();
     config.newURL("http://a.com/", "A");
     config.changeSetting("timeOut", "99");
-    ui.answer = 1; // "Don't save"
+    ui.alertAnswer = 1; // "Don't save"
     config.newURL("http://b.com/", "B");
     ASSERT_EQ(ui.alerts.size(), 1);
     EXPECT_EQ(ui.alerts[0].first, "Unsaved changes");
@@ -148,7 +138,7 @@ TEST_F(SiteStoreTest, ANewSiteOnlyAfterSavingOrDiscardingEdits) {
     EXPECT_EQ(config.stringForKey("timeOut"), "30"); // the new site starts from the defaults
 
     config.changeSetting("timeOut", "77");
-    ui.answer = 0; // "Save"
+    ui.alertAnswer = 0; // "Save"
     config.newURL("http://c.com/", "C");
     EXPECT_EQ(readSite("http---b-com-").value("timeOut").toString(), "77");
 }
@@ -292,33 +282,31 @@ TEST_F(SiteStoreTest, FilterHidesRowsButSelectionStaysAnArrayIndex) {
     EXPECT_EQ(changed, 3);
 }
 
+// A site whose file vanished keeps its row; otherwise the row above is selected, and at the end none.
 TEST_F(SiteStoreTest, DeleteSelectsTheRowAboveAndEndsWithNone) {
     writeSite("a", {{"url", "http://a/"}});
     writeSite("b", {{"url", "http://b/"}});
+    writeSite("c", {{"url", "http://c/"}});
     config.loadAllUrls();
-    ASSERT_TRUE(config.selectRow(1));
-    ui.answer = 1; // "Cancel"
+    ASSERT_TRUE(config.selectRow(2));
+    QFile::remove(store() + "/c");
+    EXPECT_FALSE(config.deleteMenuItem());
+    EXPECT_EQ(config.store().count(), 3);
+    writeSite("c", {{"url", "http://c/"}});
+    ui.alertAnswer = 1; // "Cancel"
     EXPECT_FALSE(config.deleteMenuItem());
     EXPECT_EQ(ui.alerts.last().first, "Delete Configuration");
-    ui.answer = 0;
+    ui.alertAnswer = 0;
     ASSERT_TRUE(config.deleteMenuItem());
-    EXPECT_FALSE(QFileInfo::exists(store() + "/b"));
-    EXPECT_EQ(config.getSelectedRow(), 0);
-    EXPECT_EQ(config.getUrlOfSelectedSite(), "http://a/");
+    EXPECT_FALSE(QFileInfo::exists(store() + "/c"));
+    EXPECT_EQ(config.getSelectedRow(), 1);
+    EXPECT_EQ(config.getUrlOfSelectedSite(), "http://b/");
+    ASSERT_TRUE(config.deleteMenuItem());
     ASSERT_TRUE(config.deleteMenuItem());
     EXPECT_EQ(config.store().count(), 0);
     EXPECT_EQ(config.getSelectedRow(), -1);
     EXPECT_FALSE(config.isDocumentEdited());
     EXPECT_FALSE(config.deleteMenuItem());
-}
-
-TEST_F(SiteStoreTest, DeleteOfAVanishedFileKeepsTheRow) {
-    writeSite("a", {{"url", "http://a/"}});
-    config.loadAllUrls();
-    ASSERT_TRUE(config.selectRow(0));
-    QFile::remove(store() + "/a");
-    EXPECT_FALSE(config.deleteMenuItem());
-    EXPECT_EQ(config.store().count(), 1);
 }
 
 TEST_F(SiteStoreTest, ExportWritesTheWorkingCopyAsItStands) {
