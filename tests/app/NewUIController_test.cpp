@@ -7,12 +7,11 @@
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QTimer>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -20,22 +19,19 @@
 
 namespace {
 
-// Answers alerts with a chosen button.
-class AnsweringUserInterface : public RecordingUserInterface {
-  public:
+// Records the buttons each alert offers.
+struct ButtonRecordingUserInterface : RecordingUserInterface {
     int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-        RecordingUserInterface::alert(title, text, buttons);
         alertButtons.append(buttons);
-        return answer;
+        return RecordingUserInterface::alert(title, text, buttons);
     }
-    int answer = 0;
     QList<QStringList> alertButtons;
 };
 
 class NewUIControllerTest : public testing::Test {
   protected:
     TempHome home;
-    AnsweringUserInterface ui;
+    ButtonRecordingUserInterface ui;
     std::unique_ptr<AppDelegate> app;
     std::unique_ptr<NewUIController> controller;
     QString pageA;
@@ -57,13 +53,19 @@ class NewUIControllerTest : public testing::Test {
         return QUrl::fromLocalFile(path).toString();
     }
 
-    // Starts the program as the window does, with "a" selected unless told otherwise.
-    void start(const QString& selected = "a") {
+    // Starts the program as the window does, with "a" selected unless told otherwise; a settings
+    // file given is handed over while launching, as a scheduled start does.
+    void start(const QString& selected = "a", bool withSettingsFile = false) {
         Preferences().setValueAndStore("newUISelectedFilename", selected);
         app = std::make_unique<AppDelegate>(ui);
         controller = std::make_unique<NewUIController>(*app, ui);
         ui.onResults = [this](int action) { controller->displayResults(action); };
         app->awakeFromNib();
+        if (withSettingsFile) {
+            const QString scan = SiteStore::pathForFilename("Trellium5ScanA.lcsettings");
+            EXPECT_TRUE(Plist::writeFile(scan, {{"url", pageA}}));
+            app->applicationOpenFile(scan);
+        }
         app->applicationDidFinishLaunching();
     }
 
@@ -72,16 +74,8 @@ class NewUIControllerTest : public testing::Test {
 
     // Runs the event loop until the crawl's results have been shown.
     bool runToResults() {
-        QEventLoop loop;
-        auto previous = ui.onResults;
-        ui.onResults = [&](int action) {
-            previous(action);
-            loop.quit();
-        };
-        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
-        ui.onResults = previous;
-        return hub().isCrawlFinished();
+        const qsizetype shown = ui.results.size();
+        return spinUntil([&] { return ui.results.size() > shown; }) && hub().isCrawlFinished();
     }
 
     // Puts the window on a step by the user's own route.
@@ -102,38 +96,36 @@ class NewUIControllerTest : public testing::Test {
     std::pair<bool, bool> moves() const {
         return {controller->previousButtonEnabled, controller->nextButtonEnabled};
     }
+    // Whether the site has results, and the new-crawl choice's enabled and on states.
+    std::tuple<bool, bool, bool> crawlChoice() const {
+        return {controller->haveCrawledSelectedSite, controller->newCrawlButtonEnabled,
+                controller->newCrawlButtonOn};
+    }
 };
 
 } // namespace
 
-TEST_F(NewUIControllerTest, StartingPanel) {
-    start("a");
-    EXPECT_EQ(controller->getSelectedTab(), "3");
-    EXPECT_EQ(moves(), std::make_pair(true, false));
-    EXPECT_EQ(controller->getWindowTitle(), "A : tasks");
-    app.reset();
-
-    start("");
-    EXPECT_EQ(controller->getSelectedTab(), "1");
-    EXPECT_EQ(moves(), std::make_pair(false, false));
-    EXPECT_EQ(controller->getWindowTitle(), "sites");
-}
-
 // A settings file handed over at launch leaves the step to the unattended start: progress.
-TEST_F(NewUIControllerTest, StartingPanelWithOpenedFileGoesToProgress) {
-    Preferences().setValueAndStore("newUISelectedFilename", "a");
-    app = std::make_unique<AppDelegate>(ui);
-    controller = std::make_unique<NewUIController>(*app, ui);
-    ui.onResults = [this](int action) { controller->displayResults(action); };
-    app->awakeFromNib();
-    const QString scan = SiteStore::pathForFilename("Trellium5ScanA.lcsettings");
-    ASSERT_TRUE(Plist::writeFile(scan, {{"url", pageA}}));
-    app->applicationOpenFile(scan);
-    app->applicationDidFinishLaunching();
-    EXPECT_EQ(controller->getSelectedTab(), "4");
-    EXPECT_EQ(moves(), std::make_pair(false, false));
-    EXPECT_FALSE(controller->newAndOpenConnected);
-    ASSERT_TRUE(runToResults());
+TEST_F(NewUIControllerTest, StartingPanel) {
+    struct Row {
+        const char* selected;
+        bool withSettingsFile;
+        const char* tab;
+        std::pair<bool, bool> moves;
+        const char* title;
+    };
+    for (const Row& row :
+         {Row{"a", false, "3", {true, false}, "A : tasks"}, Row{"", false, "1", {false, false}, "sites"},
+          Row{"a", true, "4", {false, false}, "A : scanning"}}) {
+        SCOPED_TRACE(std::string(row.selected) + (row.withSettingsFile ? " with a settings file" : ""));
+        start(row.selected, row.withSettingsFile);
+        EXPECT_EQ(controller->getSelectedTab(), row.tab);
+        EXPECT_EQ(moves(), row.moves);
+        EXPECT_EQ(controller->getWindowTitle(), row.title);
+        EXPECT_EQ(controller->newAndOpenConnected, !row.withSettingsFile);
+        EXPECT_TRUE(!row.withSettingsFile || runToResults());
+        app.reset();
+    }
 }
 
 TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
@@ -201,30 +193,26 @@ TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
     }
 }
 
-TEST_F(NewUIControllerTest, TitlesFollowTheStep) {
-    start("a");
-    const QList<QPair<QString, QString>> titles = {
-        {"1", "sites"}, {"2", "A : settings"}, {"3", "A : tasks"}, {"4", "A : scanning"}};
-    for (const auto& [step, title] : titles) {
-        goToStep(step);
-        EXPECT_EQ(controller->getWindowTitle(), title) << step.toStdString();
-    }
-}
-
-// Entering a step: keys, the new and open commands, and the spelling task.
+// Entering a step: the title, keys, the new and open commands, and the spelling task.
 TEST_F(NewUIControllerTest, EnteringAStep) {
     start("a");
     struct Row {
         const char* step;
+        const char* title; // nullptr: the results keep the title they had
         bool keys;
         bool newAndOpen;
     };
-    for (const Row& row : {Row{"1", false, true}, Row{"2", true, true}, Row{"3", true, true},
-                           Row{"4", true, false}, Row{"5", true, true}}) {
+    for (const Row& row : {Row{"1", "sites", false, true}, Row{"2", "A : settings", true, true},
+                           Row{"3", "A : tasks", true, true}, Row{"4", "A : scanning", true, false},
+                           Row{"5", nullptr, true, true}}) {
+        SCOPED_TRACE(row.step);
         goToStep(row.step);
-        EXPECT_EQ(controller->upDownKeysEnabled, row.keys) << row.step;
-        EXPECT_EQ(controller->goKeyEnabled, row.keys) << row.step;
-        EXPECT_EQ(controller->newAndOpenConnected, row.newAndOpen) << row.step;
+        if (row.title) {
+            EXPECT_EQ(controller->getWindowTitle(), row.title);
+        }
+        EXPECT_EQ(controller->upDownKeysEnabled, row.keys);
+        EXPECT_EQ(controller->goKeyEnabled, row.keys);
+        EXPECT_EQ(controller->newAndOpenConnected, row.newAndOpen);
     }
 
     for (const auto& [spelling, grammar, enabled] :
@@ -267,40 +255,25 @@ TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
 TEST_F(NewUIControllerTest, CrawlStateOnTheTaskStep) {
     start("a");
     // A site was selected at start: no results yet.
-    EXPECT_FALSE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(false, false, true));
     controller->setNewCrawlButton(false);
     EXPECT_TRUE(controller->newCrawlButtonOn) << "the choice is not open without results";
 
     controller->crawlHasFinished();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_FALSE(controller->newCrawlButtonOn);
-
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, false));
     controller->settingsHaveChanged();
-    EXPECT_TRUE(controller->newCrawlButtonOn);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, true));
     controller->crawlDidntGetOffGround();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, false, true));
     EXPECT_EQ(controller->getSelectedTab(), "3");
-
     goToStep("1");
     controller->dataDidLoad();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_FALSE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, false));
     EXPECT_EQ(controller->getSelectedTab(), "3");
 
     // Selecting another site makes the choice unavailable until a crawl is done.
     ASSERT_TRUE(config().selectSiteWithFilename("b"));
-    EXPECT_FALSE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(false, false, true));
     EXPECT_TRUE(controller->nextButtonEnabled);
 
     // A search that hides the selected row closes Next.
@@ -495,7 +468,7 @@ TEST_F(NewUIControllerTest, OrphanPanelAsksForIgnoredQuerystrings) {
         dialogs = 0;
         config().setValueForKey("followQuerystring", row.followQuerystring);
         config().setDocumentEdited(false);
-        ui.answer = row.answer;
+        ui.alertAnswer = row.answer;
         controller->pressTaskButton(NewUIController::orphanButton);
         ASSERT_EQ(ui.alerts.size(), row.alerts);
         if (row.alerts) {
@@ -534,15 +507,12 @@ TEST_F(NewUIControllerTest, TasksWithExistingResults) {
         NewUIController::Task task;
         bool validationKickedOff;
         int action;
-        const char* step; // where the window stands after the action shows nothing
     };
     for (const Row& row :
-         {Row{NewUIController::linksButton, false, 1, "5"},
-          Row{NewUIController::sitemapButton, false, 2, "5"}, Row{NewUIController::SEOButton, false, 3, "5"},
-          Row{NewUIController::validationButton, false, 5, "5"},
-          Row{NewUIController::validationButton, true, 18, "5"},
-          Row{NewUIController::spellingButton, false, 8, "5"},
-          Row{NewUIController::orphanButton, false, 10, "5"}}) {
+         {Row{NewUIController::linksButton, false, 1}, Row{NewUIController::sitemapButton, false, 2},
+          Row{NewUIController::SEOButton, false, 3}, Row{NewUIController::validationButton, false, 5},
+          Row{NewUIController::validationButton, true, 18}, Row{NewUIController::spellingButton, false, 8},
+          Row{NewUIController::orphanButton, false, 10}}) {
         SCOPED_TRACE(row.action);
         controller->crawlHasFinished();
         controller->jobSelection();
@@ -550,7 +520,7 @@ TEST_F(NewUIControllerTest, TasksWithExistingResults) {
         ui.results.clear();
         controller->handleControl(row.task);
         EXPECT_EQ(ui.results, QList<int>{row.action});
-        EXPECT_EQ(controller->getSelectedTab(), row.step);
+        EXPECT_EQ(controller->getSelectedTab(), "5");
         EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
     }
 }
@@ -570,7 +540,7 @@ TEST_F(NewUIControllerTest, AuthenticationSwitchAsksFirst) {
         SCOPED_TRACE(std::to_string(row.on) + " " + std::to_string(row.answer));
         ui.alerts.clear();
         config().setDocumentEdited(false);
-        ui.answer = row.answer;
+        ui.alertAnswer = row.answer;
         EXPECT_EQ(controller->handleAuthenticationButton(row.on), row.stays);
         ASSERT_EQ(ui.alerts.size(), row.alerts);
         if (row.alerts) {
