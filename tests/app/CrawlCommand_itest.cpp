@@ -201,9 +201,7 @@ TEST(CrawlCommand, SignalStopsTheCrawlAndKeepsWhatWasFinished) {
                 << line.constData();
         }
         EXPECT_EQ(unfinished, 1);
-        QFile report(csv);
-        ASSERT_TRUE(report.open(QIODevice::ReadOnly));
-        EXPECT_TRUE(report.readAll().contains("/int/a.html"));
+        EXPECT_TRUE(readText(csv).contains("/int/a.html"));
     }
 }
 
