@@ -52,9 +52,11 @@ TEST(FlatReport, OneRowPerOccurrence) {
               "\"404 not found\"\t\"http://example.com/b\"\t\"http://example.com/\"\r");
     ASSERT_EQ(f.report.getBadCollection().size(), 1u);
     EXPECT_EQ(f.report.getBadCollection()[0]->getLinkText(), "Broken");
-    // Ids go on rising over repeated reports.
+    // Ids go on rising over repeated reports; page titles stand for URLs when asked.
+    f.preferences.setValue("KestreliaShowPageTitle", 1);
     f.report.doReport(f.hub, true);
     EXPECT_EQ(f.report.getnthItem(0)->getID(), 4);
+    EXPECT_EQ(f.report.getnthItem(0)->getFieldByName("onpageurl"), "Title");
 }
 
 // The rows of one record share what they have alike; changing one row leaves its siblings be.
@@ -71,13 +73,6 @@ TEST(FlatReport, RowsOfOneRecordChangeApart) {
     EXPECT_EQ(first->getFieldByName("status").toString(), "500 internal server error");
     // Both still answer their colour through the record.
     EXPECT_EQ(first->getLcurl(), second->getLcurl());
-}
-
-TEST(FlatReport, PageTitlesStandForURLsWhenAsked) {
-    Crawled f;
-    f.preferences.setValue("KestreliaShowPageTitle", 1);
-    f.report.doReport(f.hub, true);
-    EXPECT_EQ(f.report.getnthItem(0)->getFieldByName("onpageurl"), "Title");
 }
 
 TEST(FlatReport, TabExportStopsAfterAsManyPositionsAsVisibleRows) {
@@ -194,14 +189,8 @@ TEST(FlatReport, LargeExportAsksFirst) {
         KestReportDataSource& report = f.hub.getReportDataSource();
         report.doReport(f.hub, true);
         f.preferences.setValue("showHideGoodLinksCheckBox", c.badOnly);
-        struct Answering : RecordingUserInterface {
-            int answer = 0;
-            int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-                RecordingUserInterface::alert(title, text, buttons);
-                return answer;
-            }
-        } ui;
-        ui.answer = c.answer;
+        RecordingUserInterface ui;
+        ui.alertAnswer = c.answer;
         ui.saveAnswer = temp.path() + "/out.csv";
         report.exportAsFlatCSV(ui, report.tableView());
         EXPECT_EQ(!ui.alerts.isEmpty(), c.asked);
