@@ -133,24 +133,22 @@ TEST(KestConfigManager, EditedMarkOnlyRises) {
     EXPECT_FALSE(config.isDocumentEdited());
 }
 
-TEST(KestConfigManager, MissingKeysThatKeepLeaveTheWorkingValue) {
+// Applied again, a dictionary leaves the working url and language where it lacks them, but not
+// the FTP keys; the status line and the follow fields follow it.
+TEST(KestConfigManager, ReappliedDictionary) {
     KestConfigManager config;
-    config.implementSettingsFromDictionary(
-        {{"url", "http://a/"}, {"language", "Deutsch"}, {"ftpserver", "f"}});
-    config.setDocumentEdited(false);
-    config.implementSettingsFromDictionary({{"KestreliaMainWindowEdited", "NO"}});
-    EXPECT_EQ(config.stringForKey("url"), "http://a/");
-    EXPECT_EQ(config.stringForKey("language"), "Deutsch");
-    EXPECT_EQ(config.stringForKey("ftpserver"), "");
-}
-
-TEST(KestConfigManager, StatusLineAndFollowFieldsFollowTheDictionary) {
-    KestConfigManager config;
-    config.implementSettingsFromDictionary(
-        {{"dateStamp", "Jan 2, 2024 10:00"}, {"status", "3 of 3"}, {"followCheckbox", "YES"}});
+    config.implementSettingsFromDictionary({{"url", "http://a/"},
+                                            {"language", "Deutsch"},
+                                            {"ftpserver", "f"},
+                                            {"dateStamp", "Jan 2, 2024 10:00"},
+                                            {"status", "3 of 3"},
+                                            {"followCheckbox", "YES"}});
     EXPECT_EQ(config.statusLine, "Last checked Jan 2, 2024 10:00, 3 of 3");
     EXPECT_FALSE(config.followRuleFieldsEnabled);
     config.implementSettingsFromDictionary({{"status", "3 of 3"}});
+    EXPECT_EQ(config.stringForKey("url"), "http://a/");
+    EXPECT_EQ(config.stringForKey("language"), "Deutsch");
+    EXPECT_EQ(config.stringForKey("ftpserver"), "");
     EXPECT_EQ(config.statusLine, "");
     EXPECT_TRUE(config.followRuleFieldsEnabled);
 }

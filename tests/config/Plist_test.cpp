@@ -21,8 +21,6 @@ const char* foreignSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
 	<string>https://www.example.org/</string>
 	<key>name</key>
 	<string>Example &amp; Co</string>
-	<key>checkImages</key>
-	<string>YES</string>
 	<key>summaryReportFormat</key>
 	<integer>1</integer>
 	<key>sitemapRules</key>
