@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -93,6 +94,24 @@ class NewUIControllerTest : public testing::Test {
             controller->selectTabViewItemWithIdentifier("4");
     }
 
+    // Presses the control, or sends the event, of that name.
+    void press(const QString& event) {
+        static const QHash<QString, void (NewUIController::*)()> events = {
+            {"next", &NewUIController::next},
+            {"previous", &NewUIController::previous},
+            {"sites", &NewUIController::sites},
+            {"settings", &NewUIController::settings},
+            {"jobSelection", &NewUIController::jobSelection},
+            {"results", &NewUIController::results},
+            {"continued", &NewUIController::crawlHasContinued}};
+        if (event == "open") {
+            EXPECT_TRUE(controller->userWantsToOpenOrCreateASite());
+        } else {
+            ASSERT_TRUE(events.contains(event)) << event.toStdString();
+            (*controller.*events.value(event))();
+        }
+    }
+
     std::pair<bool, bool> moves() const {
         return {controller->previousButtonEnabled, controller->nextButtonEnabled};
     }
@@ -171,23 +190,7 @@ TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
         ASSERT_EQ(controller->getSelectedTab(), row.from);
         controller->previousButtonEnabled = row.movesBefore.first;
         controller->nextButtonEnabled = row.movesBefore.second;
-        const QString event = row.event;
-        if (event == "next")
-            controller->next();
-        else if (event == "previous")
-            controller->previous();
-        else if (event == "sites")
-            controller->sites();
-        else if (event == "settings")
-            controller->settings();
-        else if (event == "jobSelection")
-            controller->jobSelection();
-        else if (event == "results")
-            controller->results();
-        else if (event == "open")
-            EXPECT_TRUE(controller->userWantsToOpenOrCreateASite());
-        else if (event == "continued")
-            controller->crawlHasContinued();
+        press(row.event);
         EXPECT_EQ(controller->getSelectedTab(), row.to);
         EXPECT_EQ(moves(), row.movesAfter);
     }
@@ -228,20 +231,16 @@ TEST_F(NewUIControllerTest, EnteringAStep) {
 // From step 2 both next and previous save the site first; other moves save as well.
 TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
     start("a");
+    auto stored = [] { return Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(); };
     for (const char* move : {"next", "previous", "results"}) {
         SCOPED_TRACE(move);
         goToStep("2");
         const QString value = QString::number(QString(move).size() + 3);
         config().changeSetting("timeOut", value);
         ASSERT_TRUE(config().isDocumentEdited());
-        EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
-        if (QString(move) == "next")
-            controller->next();
-        else if (QString(move) == "previous")
-            controller->previous();
-        else
-            controller->results();
-        EXPECT_EQ(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
+        EXPECT_NE(stored(), value);
+        press(move);
+        EXPECT_EQ(stored(), value);
         EXPECT_FALSE(config().isDocumentEdited());
     }
     // Leaving another step writes nothing.
@@ -249,7 +248,7 @@ TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
     config().setValueForKey("timeOut", "99");
     controller->results();
     controller->previous();
-    EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), "99");
+    EXPECT_NE(stored(), "99");
 }
 
 TEST_F(NewUIControllerTest, CrawlStateOnTheTaskStep) {
