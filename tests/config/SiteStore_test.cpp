@@ -78,7 +78,8 @@ TEST(SiteStore, ReservedEntriesOfTheStore) {
 TEST_F(SiteStoreTest, LoadListsEveryOtherEntryAsASite) {
     writeSite("site-a", {{"url", "http://a/"}, {"name", "Alpha"}});
     writeSite("site-b", {{"url", "http://b/"}});
-    writeSite("lastused", {{"url", "http://lastused/"}});
+    config.saveBlankSettings(); // written as "lastused"
+    EXPECT_EQ(readSite("lastused").size(), 75);
     writeSite("copy.lcsettings.bak", {{"url", "http://skip/"}});
     writeSite(".hidden", {{"url", "http://hidden/"}});
     QDir().mkpath(store() + "/thumbs");
@@ -134,6 +135,11 @@ TEST_F(SiteStoreTest, NewSitesGetNumberedFileNames) {
     EXPECT_EQ(preferences.stringValue("newUISelectedFilename"), "http---same-com--2");
     EXPECT_FALSE(config.isCreatingNewConfig());
     EXPECT_FALSE(config.isDocumentEdited());
+    // A result that arrives while the site is still being made waits for its file.
+    config.setValueForKey("url", "http://same.com/");
+    EXPECT_TRUE(readSite("http---same-com--2").value("status").isNull());
+    config.setStatus("1 of 1");
+    EXPECT_EQ(readSite("http---same-com--2").value("status").toString(), "1 of 1");
     // The file name is the site's identity: a new URL does not rename it.
     config.setNewUrl("http://other.com/");
     config.saveMenuItem();
@@ -194,16 +200,6 @@ TEST_F(SiteStoreTest, InPlaceChangesKeepKeysTheWorkingCopyDoesNotKnow) {
     EXPECT_FALSE(saved.contains("futureKey"));
     EXPECT_EQ(saved.value("status"), file.value("status"));
     EXPECT_EQ(saved.value("dateStamp"), file.value("dateStamp"));
-}
-
-TEST_F(SiteStoreTest, ResultOfANewSiteWaitsForItsFile) {
-    config.loadAllUrls();
-    config.newURL("http://a.com/", "A");
-    // As if the result arrived while the site was still being made.
-    config.setValueForKey("url", "http://a.com/");
-    EXPECT_TRUE(readSite("http---a-com-").value("status").isNull());
-    config.setStatus("1 of 1");
-    EXPECT_EQ(readSite("http---a-com-").value("status").toString(), "1 of 1");
 }
 
 TEST_F(SiteStoreTest, SelectingLoadsTheSiteAndTellsObservers) {
@@ -389,6 +385,14 @@ TEST_F(SiteStoreTest, OpenSettingsMatchesScheduleAndIdentity) {
         }
     }
     EXPECT_FALSE(config.openSettings("file://" + scan)); // a URL text is no path
+    // A FIFO is refused at once, with an alert.
+    const QString fifo = home.path() + "/scan.lcsettings";
+    ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const qsizetype alerts = ui.alerts.size();
+    EXPECT_FALSE(config.openSettings(fifo));
+    ASSERT_EQ(ui.alerts.size(), alerts + 1);
+    EXPECT_EQ(ui.alerts.last().first, "Cannot open settings");
+    EXPECT_TRUE(ui.alerts.last().second.contains("a FIFO"));
 }
 
 TEST_F(SiteStoreTest, SelectUrlPrefersNamesAndTheLastMatch) {
@@ -417,13 +421,6 @@ TEST_F(SiteStoreTest, ScheduleColumnAndFileFallbacks) {
     EXPECT_EQ(SiteStore::getNameForFilename("missing"), "missing");
     EXPECT_TRUE(SiteStore::getNameForFilename("n").isNull());
     EXPECT_EQ(SiteStore::getStatuslForFilename("n"), ""); // a date without a status
-}
-
-TEST_F(SiteStoreTest, BlankSettingsGoToLastused) {
-    config.saveBlankSettings();
-    EXPECT_EQ(readSite("lastused").size(), 75);
-    config.loadAllUrls();
-    EXPECT_EQ(config.store().count(), 0);
 }
 
 // Every write of the selected site's file that fails is told with the file's path, and the
@@ -461,15 +458,4 @@ TEST_F(SiteStoreTest, FailedWritesAreToldWithThePath) {
         EXPECT_EQ(manager.store().count(), 1);
         EXPECT_TRUE(QFileInfo(path + "/inside").isFile());
     }
-}
-
-// A settings file handed to the window that is a FIFO is refused at once with an alert.
-TEST_F(SiteStoreTest, OpeningAFifoIsRefusedWithAnAlert) {
-    const QString fifo = home.path() + "/scan.lcsettings";
-    ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-    config.loadAllUrls();
-    EXPECT_FALSE(config.openSettings(fifo));
-    ASSERT_EQ(ui.alerts.size(), 1);
-    EXPECT_EQ(ui.alerts[0].first, "Cannot open settings");
-    EXPECT_TRUE(ui.alerts[0].second.contains("a FIFO"));
 }
