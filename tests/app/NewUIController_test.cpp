@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -352,24 +353,31 @@ TEST_F(NewUIControllerTest, PreviousFromResultsWhilePaused) {
     EXPECT_FALSE(controller->partialResultsMenuItemEnabled());
 }
 
-TEST_F(NewUIControllerTest, DisplayResultsByAction) {
+// Each action's results: which task takes it on existing results when the new-crawl choice is
+// off (none starts a crawl), and where its results go, in the main window or in a window of their own.
+TEST_F(NewUIControllerTest, ResultsByAction) {
+    using T = NewUIController;
     struct Row {
+        std::optional<NewUIController::Task> task;
+        bool validationKickedOff;
         int action;
         const char* view;
         const char* title;
-        const char* windowContent;
+        const char* windowContent; // nullptr: the view itself
     };
     const Row rows[] = {
-        {1, "linksResultsView", "A : links", "linksResultsView"},
-        {2, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
-        {7, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
-        {8, "spellingResultsView", "A : spelling & grammar", "spellingResultsView"},
-        {3, "seoResultsView", "A : SEO", "seoResultsView"},
-        {5, "validationResultsView", "A : HTML Validation", "validationResultsView"},
-        {18, "validationResultsView", "A : HTML Validation", "validationResultsView"},
-        {10, "orphanResultsView", "A : orphaned pages", "spellingResultsView"},
+        {T::linksButton, false, 1, "linksResultsView", "A : links", nullptr},
+        {T::sitemapButton, false, 2, "sitemapResultsView", "A : sitemap", nullptr},
+        {std::nullopt, false, 7, "sitemapResultsView", "A : sitemap", nullptr},
+        {T::spellingButton, false, 8, "spellingResultsView", "A : spelling & grammar", nullptr},
+        {T::SEOButton, false, 3, "seoResultsView", "A : SEO", nullptr},
+        {T::validationButton, false, 5, "validationResultsView", "A : HTML Validation", nullptr},
+        {T::validationButton, true, 18, "validationResultsView", "A : HTML Validation", nullptr},
+        {T::orphanButton, false, 10, "orphanResultsView", "A : orphaned pages", "spellingResultsView"},
     };
     start("a");
+    bool kickedOff = false;
+    controller->validationWasKickedOff = [&] { return kickedOff; };
     QStringList shown, hidden;
     controller->showResultsWindow = [&](const QString& kind) { shown.append(kind); };
     controller->hideResultsWindow = [&](const QString& kind) { hidden.append(kind); };
@@ -377,8 +385,18 @@ TEST_F(NewUIControllerTest, DisplayResultsByAction) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.action);
         preferences.setValue("displayTrelliumResults", "0");
-        goToStep("2");
-        controller->displayResults(row.action);
+        if (row.task) {
+            controller->crawlHasFinished();
+            controller->jobSelection();
+            kickedOff = row.validationKickedOff;
+            ui.results.clear();
+            controller->handleControl(*row.task);
+            EXPECT_EQ(ui.results, QList<int>{row.action});
+            EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
+        } else {
+            goToStep("2");
+            controller->displayResults(row.action);
+        }
         EXPECT_EQ(controller->getSelectedTab(), "5");
         EXPECT_EQ(controller->getResultsView(), row.view);
         EXPECT_EQ(controller->getWindowTitle(), row.title);
@@ -392,7 +410,8 @@ TEST_F(NewUIControllerTest, DisplayResultsByAction) {
         controller->displayResults(row.action);
         ASSERT_EQ(shown.size(), before + 1);
         EXPECT_EQ(shown.last(), row.view);
-        EXPECT_EQ(controller->getResultsWindows().value(row.view), row.windowContent);
+        EXPECT_EQ(controller->getResultsWindows().value(row.view),
+                  row.windowContent ? row.windowContent : row.view);
         // The finish call at the end sends the main window back to the tasks.
         EXPECT_EQ(controller->getSelectedTab(), "3");
         EXPECT_TRUE(controller->haveCrawledSelectedSite);
@@ -495,33 +514,6 @@ TEST_F(NewUIControllerTest, ActionsButtonOpensTheScheduleOnSettings) {
     EXPECT_EQ(controller->getSelectedTab(), "2");
     EXPECT_EQ(panels, 1);
     EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
-}
-
-// Tasks that use existing results: which action each one takes when the choice is off.
-TEST_F(NewUIControllerTest, TasksWithExistingResults) {
-    start("a");
-    bool kickedOff = false;
-    controller->validationWasKickedOff = [&] { return kickedOff; };
-    struct Row {
-        NewUIController::Task task;
-        bool validationKickedOff;
-        int action;
-    };
-    for (const Row& row :
-         {Row{NewUIController::linksButton, false, 1}, Row{NewUIController::sitemapButton, false, 2},
-          Row{NewUIController::SEOButton, false, 3}, Row{NewUIController::validationButton, false, 5},
-          Row{NewUIController::validationButton, true, 18}, Row{NewUIController::spellingButton, false, 8},
-          Row{NewUIController::orphanButton, false, 10}}) {
-        SCOPED_TRACE(row.action);
-        controller->crawlHasFinished();
-        controller->jobSelection();
-        kickedOff = row.validationKickedOff;
-        ui.results.clear();
-        controller->handleControl(row.task);
-        EXPECT_EQ(ui.results, QList<int>{row.action});
-        EXPECT_EQ(controller->getSelectedTab(), "5");
-        EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
-    }
 }
 
 // Turning the login on asks; only "Continue" records it. Turning it off records nothing.
