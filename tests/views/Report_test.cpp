@@ -84,7 +84,8 @@ TEST(FlatReport, TabExportStopsAfterAsManyPositionsAsVisibleRows) {
     EXPECT_EQ(f.report.getFlatTDL(f.small), "\"Status\"\t\"URL\"\t\"On Page\"\r");
 }
 
-TEST(FlatReport, HTMLExports) {
+// The exports, and the bad links alone as HTML and saved as CSV.
+TEST(FlatReport, Exports) {
     Crawled f;
     const QString head =
         "<table><tr><th style = max-width:100px>Status</th><th style = max-width:100px>URL</th>"
@@ -105,6 +106,14 @@ TEST(FlatReport, HTMLExports) {
     EXPECT_EQ(f.report.getBadLinksAsHTML(f.small),
               head + row("", "404 not found", "http://example.com/b", "http://example.com/") +
                   "</table><br />");
+    TempHome temp;
+    const QString path = temp.path() + "/bad.csv";
+    ASSERT_TRUE(f.report.exportBadLinksAsFlatCSVAndSaveTo(path, f.small));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "\"Status\",\"URL\",\"On Page\"\r\"404 not found\",\"http://example.com/b\","
+                              "\"http://example.com/\"\r");
+    EXPECT_FALSE(f.report.exportBadLinksAsFlatCSVAndSaveTo(temp.path() + "/missing/bad.csv", f.small));
 
     // Colours replace the alternation and carry no quotes here.
     f.preferences.setValue("LorraneDisplayLabels", true);
@@ -126,18 +135,6 @@ TEST(FlatReport, BadLinksOnlyWithNoneBad) {
     EXPECT_EQ(f.report.getnthVisibleItem(0), nullptr);
     EXPECT_EQ(f.report.getBadLinksAsHTML(f.small), "<p>&nbsp;</p>");
     EXPECT_EQ(f.report.getFlatCSV(f.small), "\"Status\",\"URL\",\"On Page\"\r");
-}
-
-TEST(FlatReport, BadLinksSavedAsCSV) {
-    TempHome temp;
-    Crawled f;
-    const QString path = temp.path() + "/bad.csv";
-    ASSERT_TRUE(f.report.exportBadLinksAsFlatCSVAndSaveTo(path, f.small));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "\"Status\",\"URL\",\"On Page\"\r\"404 not found\",\"http://example.com/b\","
-                              "\"http://example.com/\"\r");
-    EXPECT_FALSE(f.report.exportBadLinksAsFlatCSVAndSaveTo(temp.path() + "/missing/bad.csv", f.small));
 }
 
 TEST(FlatReport, SortsAsTextOnEveryColumn) {
