@@ -80,64 +80,40 @@ TEST_F(SEOFixture, EachFilterTagShowsItsPages) {
     add({"http://s/e", "A", "12", 100, 0});          // copy of a; description too short
     const struct {
         int tag;
-        QStringList pages;
-    } cases[] = {
-        {0, {"a", "b", "c", "d", "e"}},
-        {1, {"b"}},
-        {7, {"c"}},
-        {2, {"a", "e"}},
-        {6, {"a", "c", "d", "e"}},
-        {3, {"c"}},
-        {4, {"a"}},
-        {5, {"c", "d", "e"}},
-        {8, {}},
-        {-1, {}},
-    };
+        const char* pages;
+    } cases[] = {{0, "a b c d e"}, {1, "b"}, {7, "c"},     {2, "a e"}, {6, "a c d e"},
+                 {3, "c"},         {4, "a"}, {5, "c d e"}, {8, ""},    {-1, ""}};
     for (const auto& c : cases)
-        EXPECT_EQ(shown(c.tag), c.pages) << "tag " << c.tag;
+        EXPECT_EQ(shown(c.tag).join(' '), c.pages) << "tag " << c.tag;
 }
 
 TEST_F(SEOFixture, DuplicatesByTitleAndSizeOnly) {
+    auto p = [](const char* path, const char* title, qint64 size, const char* canonical = "") {
+        return Page{QString("http://s/") + path, title, "", size, 0, false, canonical};
+    };
     const struct {
         const char* name;
         QList<Page> pages;
-        QStringList copies, sharedTitles;
-        QStringList inspectorOfFirst;
+        const char *copies, *sharedTitles, *inspectorOfFirst;
     } cases[] = {
-        {"empty titles are a title",
-         {{"http://s/a", "", "", 10}, {"http://s/b", "", "", 10}},
-         {"a", "b"},
-         {"a", "b"},
-         {"http://s/b"}},
-        {"same title, other size",
-         {{"http://s/a", "T", "", 10}, {"http://s/b", "T", "", 11}},
-         {},
-         {"a", "b"},
-         {}},
-        {"10, 10 and 20",
-         {{"http://s/c", "T", "", 20}, {"http://s/a", "T", "", 10}, {"http://s/b", "T", "", 10}},
-         {"a", "b"},
-         {"c", "a", "b"},
-         {}},
-        {"case differs", {{"http://s/a", "T", "", 10}, {"http://s/b", "t", "", 10}}, {}, {}, {}},
-        {"canonical elsewhere",
-         {{"http://s/a", "T", "", 10}, {"http://s/b", "T", "", 10, 0, false, "http://s/a"}},
-         {},
-         {},
-         {}},
+        {"empty titles are a title", {p("a", "", 10), p("b", "", 10)}, "a b", "a b", "b"},
+        {"same title, other size", {p("a", "T", 10), p("b", "T", 11)}, "", "a b", ""},
+        {"10, 10 and 20", {p("c", "T", 20), p("a", "T", 10), p("b", "T", 10)}, "a b", "c a b", ""},
+        {"case differs", {p("a", "T", 10), p("b", "t", 10)}, "", "", ""},
+        {"canonical elsewhere", {p("a", "T", 10), p("b", "T", 10, "http://s/a")}, "", "", ""},
     };
     for (const auto& c : cases) {
         seo.clear();
         hub.clear();
         QList<LinkCheckerUrlPtr> pages;
-        for (const Page& p : c.pages)
-            pages << add(p);
-        EXPECT_EQ(shown(2), c.copies) << c.name;
-        EXPECT_EQ(shown(6), c.sharedTitles) << c.name;
+        for (const Page& page : c.pages)
+            pages << add(page);
+        EXPECT_EQ(shown(2).join(' '), c.copies) << c.name;
+        EXPECT_EQ(shown(6).join(' '), c.sharedTitles) << c.name;
         QStringList inspector;
         for (const LinkCheckerUrlPtr& other : seo.duplicatesOf(*pages.first()))
-            inspector << other->getActualLinkUrl();
-        EXPECT_EQ(inspector, c.inspectorOfFirst) << c.name;
+            inspector << other->getActualLinkUrl().section('/', 3);
+        EXPECT_EQ(inspector.join(' '), c.inspectorOfFirst) << c.name;
     }
 }
 

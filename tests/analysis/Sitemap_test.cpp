@@ -19,52 +19,26 @@ QString entry(const QString& loc, const QString& inner) {
 
 // The whole document for a small fixture site under the choices and rules that change it.
 TEST(Sitemap, DocumentByteForByte) {
+    const QStringList urls = {"http://site.test/", "http://site.test/blog/post", "http://site.test/a/b"};
     struct Case {
         const char* name;
         QList<QStringList> rules; // contains, priority, update
         int changeFrequencyTag;   // 0 writes no changefreq
         int priorityIndex;        // 1 is "None"
-        QString body;
+        QStringList written;      // change frequency/priority of each page; an empty part is left out
     };
-    const QString home = "http://site.test/", blog = "http://site.test/blog/post",
-                  deep = "http://site.test/a/b";
     const Case cases[] = {
-        {"no rules",
-         {},
-         4,
-         0,
-         entry(home, "\t\t<changefreq>weekly</changefreq>\n\t\t<priority>1.0</priority>\n") +
-             entry(blog, "\t\t<lastmod>1994-11-15</lastmod>\n\t\t<changefreq>weekly</changefreq>\n"
-                         "\t\t<priority>0.5</priority>\n") +
-             entry(deep, "\t\t<changefreq>weekly</changefreq>\n\t\t<priority>0.2</priority>\n")},
-        {"one rule, in capitals",
-         {{"BLOG", "0.9", "daily"}},
-         4,
-         0,
-         entry(home, "\t\t<changefreq>weekly</changefreq>\n\t\t<priority>1.0</priority>\n") +
-             entry(blog, "\t\t<lastmod>1994-11-15</lastmod>\n\t\t<changefreq>daily</changefreq>\n"
-                         "\t\t<priority>0.9</priority>\n") +
-             entry(deep, "\t\t<changefreq>weekly</changefreq>\n\t\t<priority>0.2</priority>\n")},
-        {"two overlapping rules, the later wins; an empty one matches nothing; values as typed",
+        {"no rules", {}, 4, 0, {"weekly/1.0", "weekly/0.5", "weekly/0.2"}},
+        {"a rule in capitals", {{"BLOG", "0.9", "daily"}}, 4, 0, {"weekly/1.0", "daily/0.9", "weekly/0.2"}},
+        // The later of two overlapping rules wins; an empty one matches nothing; values as typed.
+        {"overlapping rules",
          {{"site.test", "0.1", "never"}, {"/a/", "<high>", "sometimes"}, {"", "0.7", "hourly"}},
          4,
          0,
-         entry(home, "\t\t<changefreq>never</changefreq>\n\t\t<priority>0.1</priority>\n") +
-             entry(blog, "\t\t<lastmod>1994-11-15</lastmod>\n\t\t<changefreq>never</changefreq>\n"
-                         "\t\t<priority>0.1</priority>\n") +
-             entry(deep, "\t\t<changefreq>sometimes</changefreq>\n\t\t<priority><high></priority>\n")},
-        {"change frequency tag 0 and priority None write neither, whatever the rules",
-         {{"blog", "0.9", "daily"}},
-         0,
-         1,
-         entry(home, "") + entry(blog, "\t\t<lastmod>1994-11-15</lastmod>\n") + entry(deep, "")},
-        {"tag 7 is never",
-         {},
-         7,
-         1,
-         entry(home, "\t\t<changefreq>never</changefreq>\n") +
-             entry(blog, "\t\t<lastmod>1994-11-15</lastmod>\n\t\t<changefreq>never</changefreq>\n") +
-             entry(deep, "\t\t<changefreq>never</changefreq>\n")},
+         {"never/0.1", "never/0.1", "sometimes/<high>"}},
+        // Change frequency tag 0 and priority None write neither, whatever the rules.
+        {"tag 0, None", {{"blog", "0.9", "daily"}}, 0, 1, {"/", "/", "/"}},
+        {"tag 7 is never", {}, 7, 1, {"never/", "never/", "never/"}},
     };
     for (const Case& c : cases) {
         SitemapFixture f;
@@ -72,10 +46,19 @@ TEST(Sitemap, DocumentByteForByte) {
         f.preferences.setValue("sitemapPriority", c.priorityIndex);
         for (const QStringList& r : c.rules)
             f.rule(r[0], r[1], r[2]);
-        f.page(home, 0);
-        f.page(blog, 1)->setTargetLastModified("Tue, 15 Nov 1994 08:12:31 GMT");
-        f.page(deep, 7);
-        EXPECT_EQ(f.seo.getXMLSitemap(), SitemapFixture::opening() + c.body + "</urlset>") << c.name;
+        f.page(urls[0], 0);
+        f.page(urls[1], 1)->setTargetLastModified("Tue, 15 Nov 1994 08:12:31 GMT");
+        f.page(urls[2], 7);
+        QString body;
+        for (int i = 0; i < 3; ++i) {
+            const QString frequency = c.written[i].section('/', 0, 0),
+                          priority = c.written[i].section('/', 1);
+            body += entry(
+                urls[i], (i == 1 ? "\t\t<lastmod>1994-11-15</lastmod>\n" : QString()) +
+                             (frequency.isEmpty() ? "" : "\t\t<changefreq>" + frequency + "</changefreq>\n") +
+                             (priority.isEmpty() ? "" : "\t\t<priority>" + priority + "</priority>\n"));
+        }
+        EXPECT_EQ(f.seo.getXMLSitemap(), SitemapFixture::opening() + body + "</urlset>") << c.name;
     }
 }
 

@@ -150,35 +150,26 @@ TEST(Validation, ServicesThatMisbehaveEndInTheDefinedStatus) {
     }
 }
 
-// The POST itself: the address unescaped and squeezed into ASCII, the form's type, the agent.
-TEST(Validation, RequestIsAFormPostOfTheAddress) {
-    TestServer service;
-    service.addPage("/v/check", "", "text/html", 200, {{"X-W3C-Validator-Status", "Valid"}});
-    ValidatingCrawl crawl(service.url("/"), service.url("/v"));
-    crawl.preferences.setValue("userAgentString", "TrelliumTest/1");
-    crawl.addPage(service.url("/a b/ü.html?x=1&y=2"));
-    crawl.validateAlone();
-    ASSERT_TRUE(crawl.settled());
-    const auto requests = service.requestsFor("/v/check");
-    ASSERT_EQ(requests.size(), 1);
-    EXPECT_EQ(requests[0].method, "POST");
-    EXPECT_EQ(requests[0].body, "uri=" + service.url("/a b/?.html?x=1&y=2").toLatin1());
-    EXPECT_EQ(requests[0].header("Content-Type"), "application/x-www-form-urlencoded");
-    EXPECT_EQ(requests[0].header("User-Agent"), "TrelliumTest/1");
-}
-
-// A click validates one page again and counts it again; starting over zeroes and counts anew.
-TEST(Validation, RevalidationCountsAgain) {
+// The POST: the address unescaped and squeezed into ASCII, the form's type, the agent. A click
+// validates one page again and counts it again; starting over zeroes and counts anew.
+TEST(Validation, RequestAndRevalidation) {
     TestServer service;
     service.addPage("/v/check", "", "text/html", 200,
                     {{"X-W3C-Validator-Status", "Invalid"},
                      {"X-W3C-Validator-Errors", "3"},
                      {"X-W3C-Validator-Warnings", "2"}});
     ValidatingCrawl crawl(service.url("/"), service.url("/v"));
-    crawl.addPage(service.url("/one.html"));
+    crawl.preferences.setValue("userAgentString", "TrelliumTest/1");
+    crawl.addPage(service.url("/a b/ü.html?x=1&y=2"));
     crawl.addPage(service.url("/two.html"));
     crawl.validateAlone();
     ASSERT_TRUE(crawl.settled());
+    const auto requests = service.requestsFor("/v/check");
+    ASSERT_EQ(requests.size(), 2);
+    EXPECT_EQ(requests[0].method, "POST");
+    EXPECT_EQ(requests[0].body, "uri=" + service.url("/a b/?.html?x=1&y=2").toLatin1());
+    EXPECT_EQ(requests[0].header("Content-Type"), "application/x-www-form-urlencoded");
+    EXPECT_EQ(requests[0].header("User-Agent"), "TrelliumTest/1");
     EXPECT_EQ(crawl.seo.getNumberValidated(), 2);
     EXPECT_EQ(crawl.seo.getNumberValidationErrors(), 2);
     EXPECT_EQ(crawl.seo.getNumberValidationWarnings(), 2);
@@ -283,32 +274,28 @@ TEST(Validation, SectionReportsAndExportsByteForByte) {
     const QString head =
         "<table><tr><th class = actualurl>URL</th><th class = validatorstatus>Status</th>"
         "<th class = validatorerrors>Errors</th><th class = validatorwarnings>Warnings</th></tr>";
-    const QString check = "<a href = https://validator.w3.org/check?uri=";
-    const QString row1 =
-        "<tr><td class = actualurl >" + check +
-        "http://example.com/ >http://example.com/</a></td><td class = validatorstatus >Valid</td>"
-        "<td class = validatorerrors >0</td><td class = validatorwarnings >0</td></tr>";
-    const QString row2 =
-        "<tr><td class = \"actualurl alt\" style = \"background:" + colour + "\">" + check +
-        "http://example.com/bad.html >http://example.com/bad.html</a></td>"
-        "<td class = \"validatorstatus alt\" style = \"background:" +
-        colour + "\">Invalid</td><td class = \"validatorerrors alt\" style = \"background:" + colour +
-        "\">3</td><td class = \"validatorwarnings alt\" style = \"background:" + colour + "\">2</td></tr>";
-    const QString row3 = "<tr><td class = actualurl >" + check +
-                         "http://example.com/new.html >http://example.com/new.html</a></td>"
-                         "<td class = validatorstatus ></td><td class = validatorerrors ></td>"
-                         "<td class = validatorwarnings ></td></tr>";
-    EXPECT_EQ(pages.seo.getValidationReport(),
-              "<h1>HTML Validation</h1>\n<p>2 page(s) included, 1 with errors, 1 with warnings</p>\n" + head +
-                  row1 + row2 + row3 + "</table><br />\n");
+    // A row of the page at the path; an alternate row has the colour.
+    auto row = [&](const QString& path, const QStringList& values, bool alternate) {
+        auto cell = [&](const QString& id, const QString& value) {
+            return (alternate ? "<td class = \"" + id + " alt\" style = \"background:" + colour + "\">"
+                              : "<td class = " + id + " >") +
+                   value + "</td>";
+        };
+        const QString url = "http://example.com/" + path;
+        return "<tr>" +
+               cell("actualurl",
+                    "<a href = https://validator.w3.org/check?uri=" + url + " >" + url + "</a>") +
+               cell("validatorstatus", values[0]) + cell("validatorerrors", values[1]) +
+               cell("validatorwarnings", values[2]) + "</tr>";
+    };
+    const QString intro =
+        "<h1>HTML Validation</h1>\n<p>2 page(s) included, 1 with errors, 1 with warnings</p>\n";
+    EXPECT_EQ(pages.seo.getValidationReport(), intro + head + row("", {"Valid", "0", "0"}, false) +
+                                                   row("bad.html", {"Invalid", "3", "2"}, true) +
+                                                   row("new.html", {"", "", ""}, false) + "</table><br />\n");
     // Only the page with an issue, and no colour at all; it is the first row written, so not alternate.
-    EXPECT_EQ(
-        pages.seo.getBadValidationReport(),
-        "<h1>HTML Validation</h1>\n<p>2 page(s) included, 1 with errors, 1 with warnings</p>\n" + head +
-            "<tr><td class = actualurl >" + check +
-            "http://example.com/bad.html >http://example.com/bad.html</a></td><td class = validatorstatus "
-            ">Invalid</td><td class = validatorerrors >3</td><td class = validatorwarnings >2</td></tr>"
-            "</table><br />\n");
+    EXPECT_EQ(pages.seo.getBadValidationReport(),
+              intro + head + row("bad.html", {"Invalid", "3", "2"}, false) + "</table><br />\n");
     EXPECT_EQ(pages.seo.exportValidatorAsCSV(),
               "\"URL\",\"Status\",\"Errors\",\"Warnings\"\r\"http://example.com/\",\"Valid\",\"0\",\"0\"\r"
               "\"http://example.com/bad.html\",\"Invalid\",\"3\",\"2\"\r\"http://example.com/"
@@ -354,10 +341,6 @@ TEST(Validation, NothingWrongGivesTheShortReportAndLoadedCountsFollowTheirRule) 
     EXPECT_EQ(crawl.seo.validationDoubleClickUrl(1),
               "http://localhost/w3c-validator/check?uri=http://example.com/x.html");
 }
-
-} // namespace
-
-namespace {
 
 // Validation runs for the validation results, and for the scheduled actions only when their
 // validation or summary file is wanted; every other action switches it off.

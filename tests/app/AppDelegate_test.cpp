@@ -5,12 +5,11 @@
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QTimer>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -94,21 +93,7 @@ class AppDelegateTest : public testing::Test {
     }
 
     bool runToEnd() {
-        if (!ui.results.isEmpty())
-            return true;
-        QEventLoop loop;
-        ui.onResults = [&](int) { loop.quit(); };
-        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
-        ui.onResults = nullptr;
-        return !ui.results.isEmpty();
-    }
-
-    // Lets whatever a start posted run, without waiting for an end that may not come.
-    static void drainEvents() {
-        QEventLoop loop;
-        QTimer::singleShot(200, &loop, &QEventLoop::quit);
-        loop.exec();
+        return spinUntil([&] { return !ui.results.isEmpty(); });
     }
 
     QString selectedFile() const { return app->getConfigManager().getSelectedConfigFilename(); }
@@ -201,7 +186,7 @@ TEST_F(AppDelegateTest, SettingsFileThatMatchesNoSite) {
         EXPECT_EQ(app->getHub().getActionWhenFinished(), 6);
         EXPECT_EQ(selectedFile(), c.selectedAtStart);
         if (c.crawled.isEmpty()) {
-            drainEvents();
+            spinUntil([] { return false; }, 200); // whatever the start posted runs
             EXPECT_EQ(app->getHub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
             EXPECT_TRUE(ui.results.isEmpty());
             EXPECT_TRUE(ui.alerts.isEmpty());

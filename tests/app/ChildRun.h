@@ -2,6 +2,7 @@
 
 // The built `trellium` run as a user runs it: a child process with its standard input closed and
 // the developers' log left off, whose output is read once it has ended.
+#include <QFile>
 #include <QProcess>
 #include <ostream>
 
@@ -33,6 +34,18 @@ inline ChildRun trellium(const QStringList& args, const QString& home = {}) {
     run.out = QString::fromUtf8(process.readAllStandardOutput());
     run.err = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
+
+// A file's text, or "<missing>" when it cannot be read, so that two missing files never compare equal.
+inline QString readText(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString("<missing>");
+}
+
+// Writes a file whole; false if it could not.
+inline bool writeBytes(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 // Lets a failure message show what the child printed: `EXPECT_...() << run.out`.

@@ -8,7 +8,6 @@
 #include "support/TempHome.h"
 #include "support/TestServer.h"
 
-#include <QFile>
 #include <algorithm>
 
 #include <gtest/gtest.h>
@@ -36,9 +35,7 @@ TEST(CommandLine, BadInputsAreRefusedWithClearMessages) {
     ASSERT_EQ(trellium({"sites", "add", "http://plain.example/"}).exitCode, 0);
     const QVariantMap before = storedSite("Ex");
     const QString notPlist = root + "/broken.lcsettings";
-    QFile broken(notPlist);
-    ASSERT_TRUE(broken.open(QIODevice::WriteOnly) && broken.write("not a property list") > 0);
-    broken.close();
+    ASSERT_TRUE(writeBytes(notPlist, "not a property list"));
 
     struct Case {
         QStringList args;

@@ -1,6 +1,7 @@
 // `trellium crawl` run as a child against the local test server: what it prints at the end, the
 // limits it names, a start it cannot reach, and what a signal leaves behind.
 #include "ChildRun.h"
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
 #include "support/TempHome.h"
 #include "support/TestServer.h"
@@ -15,7 +16,6 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
-#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -45,14 +45,6 @@ QJsonObject parseObject(const QString& text) {
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
     EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString() << "\n" << text;
     return document.object();
-}
-
-// Polls for up to ten seconds; false if the condition never came.
-bool waitUntil(const std::function<bool()>& condition) {
-    QDeadlineTimer deadline(10000);
-    while (!condition() && !deadline.hasExpired())
-        QThread::msleep(20);
-    return condition();
 }
 
 } // namespace
@@ -174,7 +166,7 @@ TEST(CrawlCommand, SignalStopsTheCrawlAndKeepsWhatWasFinished) {
             return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().split('\n')
                                                   : QList<QByteArray>();
         };
-        ASSERT_TRUE(waitUntil([&] { return lines().size() >= 3; }))
+        ASSERT_TRUE(spinUntil([&] { return lines().size() >= 3; }))
             << "finished records were not written while the crawl ran";
         ASSERT_EQ(process.state(), QProcess::Running) << "the crawl ended before the signal";
         ::kill(pid_t(process.processId()), signal);
@@ -201,9 +193,7 @@ TEST(CrawlCommand, SignalStopsTheCrawlAndKeepsWhatWasFinished) {
                 << line.constData();
         }
         EXPECT_EQ(unfinished, 1);
-        QFile report(csv);
-        ASSERT_TRUE(report.open(QIODevice::ReadOnly));
-        EXPECT_TRUE(report.readAll().contains("/int/a.html"));
+        EXPECT_TRUE(readText(csv).contains("/int/a.html"));
     }
 }
 
@@ -272,7 +262,7 @@ TEST(CrawlCommand, SecondInterruptQuitsAtOnce) {
     const QString slowStart = "/slow?ms=15000";
     QProcess process;
     process.start(TRELLIUM_PROGRAM, {"crawl", site().url(slowStart)});
-    ASSERT_TRUE(waitUntil([&] { return !site().requestsFor(slowStart).isEmpty(); }));
+    ASSERT_TRUE(spinUntil([&] { return !site().requestsFor(slowStart).isEmpty(); }));
     ::kill(pid_t(process.processId()), SIGINT);
     QThread::msleep(100);
     ::kill(pid_t(process.processId()), SIGINT);

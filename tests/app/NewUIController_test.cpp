@@ -7,35 +7,33 @@
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
+#include "support/CrawlFixture.h"
 #include "support/QtPrinting.h"
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QTimer>
+#include <QHash>
 #include <QUrl>
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 
 namespace {
 
-// Answers alerts with a chosen button.
-class AnsweringUserInterface : public RecordingUserInterface {
-  public:
+// Records the buttons each alert offers.
+struct ButtonRecordingUserInterface : RecordingUserInterface {
     int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-        RecordingUserInterface::alert(title, text, buttons);
         alertButtons.append(buttons);
-        return answer;
+        return RecordingUserInterface::alert(title, text, buttons);
     }
-    int answer = 0;
     QList<QStringList> alertButtons;
 };
 
 class NewUIControllerTest : public testing::Test {
   protected:
     TempHome home;
-    AnsweringUserInterface ui;
+    ButtonRecordingUserInterface ui;
     std::unique_ptr<AppDelegate> app;
     std::unique_ptr<NewUIController> controller;
     QString pageA;
@@ -57,13 +55,19 @@ class NewUIControllerTest : public testing::Test {
         return QUrl::fromLocalFile(path).toString();
     }
 
-    // Starts the program as the window does, with "a" selected unless told otherwise.
-    void start(const QString& selected = "a") {
+    // Starts the program as the window does, with "a" selected unless told otherwise; a settings
+    // file given is handed over while launching, as a scheduled start does.
+    void start(const QString& selected = "a", bool withSettingsFile = false) {
         Preferences().setValueAndStore("newUISelectedFilename", selected);
         app = std::make_unique<AppDelegate>(ui);
         controller = std::make_unique<NewUIController>(*app, ui);
         ui.onResults = [this](int action) { controller->displayResults(action); };
         app->awakeFromNib();
+        if (withSettingsFile) {
+            const QString scan = SiteStore::pathForFilename("Trellium5ScanA.lcsettings");
+            EXPECT_TRUE(Plist::writeFile(scan, {{"url", pageA}}));
+            app->applicationOpenFile(scan);
+        }
         app->applicationDidFinishLaunching();
     }
 
@@ -72,16 +76,8 @@ class NewUIControllerTest : public testing::Test {
 
     // Runs the event loop until the crawl's results have been shown.
     bool runToResults() {
-        QEventLoop loop;
-        auto previous = ui.onResults;
-        ui.onResults = [&](int action) {
-            previous(action);
-            loop.quit();
-        };
-        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
-        ui.onResults = previous;
-        return hub().isCrawlFinished();
+        const qsizetype shown = ui.results.size();
+        return spinUntil([&] { return ui.results.size() > shown; }) && hub().isCrawlFinished();
     }
 
     // Puts the window on a step by the user's own route.
@@ -99,41 +95,57 @@ class NewUIControllerTest : public testing::Test {
             controller->selectTabViewItemWithIdentifier("4");
     }
 
+    // Presses the control, or sends the event, of that name.
+    void press(const QString& event) {
+        static const QHash<QString, void (NewUIController::*)()> events = {
+            {"next", &NewUIController::next},
+            {"previous", &NewUIController::previous},
+            {"sites", &NewUIController::sites},
+            {"settings", &NewUIController::settings},
+            {"jobSelection", &NewUIController::jobSelection},
+            {"results", &NewUIController::results},
+            {"continued", &NewUIController::crawlHasContinued}};
+        if (event == "open") {
+            EXPECT_TRUE(controller->userWantsToOpenOrCreateASite());
+        } else {
+            ASSERT_TRUE(events.contains(event)) << event.toStdString();
+            (*controller.*events.value(event))();
+        }
+    }
+
     std::pair<bool, bool> moves() const {
         return {controller->previousButtonEnabled, controller->nextButtonEnabled};
+    }
+    // Whether the site has results, and the new-crawl choice's enabled and on states.
+    std::tuple<bool, bool, bool> crawlChoice() const {
+        return {controller->haveCrawledSelectedSite, controller->newCrawlButtonEnabled,
+                controller->newCrawlButtonOn};
     }
 };
 
 } // namespace
 
-TEST_F(NewUIControllerTest, StartingPanel) {
-    start("a");
-    EXPECT_EQ(controller->getSelectedTab(), "3");
-    EXPECT_EQ(moves(), std::make_pair(true, false));
-    EXPECT_EQ(controller->getWindowTitle(), "A : tasks");
-    app.reset();
-
-    start("");
-    EXPECT_EQ(controller->getSelectedTab(), "1");
-    EXPECT_EQ(moves(), std::make_pair(false, false));
-    EXPECT_EQ(controller->getWindowTitle(), "sites");
-}
-
 // A settings file handed over at launch leaves the step to the unattended start: progress.
-TEST_F(NewUIControllerTest, StartingPanelWithOpenedFileGoesToProgress) {
-    Preferences().setValueAndStore("newUISelectedFilename", "a");
-    app = std::make_unique<AppDelegate>(ui);
-    controller = std::make_unique<NewUIController>(*app, ui);
-    ui.onResults = [this](int action) { controller->displayResults(action); };
-    app->awakeFromNib();
-    const QString scan = SiteStore::pathForFilename("Trellium5ScanA.lcsettings");
-    ASSERT_TRUE(Plist::writeFile(scan, {{"url", pageA}}));
-    app->applicationOpenFile(scan);
-    app->applicationDidFinishLaunching();
-    EXPECT_EQ(controller->getSelectedTab(), "4");
-    EXPECT_EQ(moves(), std::make_pair(false, false));
-    EXPECT_FALSE(controller->newAndOpenConnected);
-    ASSERT_TRUE(runToResults());
+TEST_F(NewUIControllerTest, StartingPanel) {
+    struct Row {
+        const char* selected;
+        bool withSettingsFile;
+        const char* tab;
+        std::pair<bool, bool> moves;
+        const char* title;
+    };
+    for (const Row& row :
+         {Row{"a", false, "3", {true, false}, "A : tasks"}, Row{"", false, "1", {false, false}, "sites"},
+          Row{"a", true, "4", {false, false}, "A : scanning"}}) {
+        SCOPED_TRACE(std::string(row.selected) + (row.withSettingsFile ? " with a settings file" : ""));
+        start(row.selected, row.withSettingsFile);
+        EXPECT_EQ(controller->getSelectedTab(), row.tab);
+        EXPECT_EQ(moves(), row.moves);
+        EXPECT_EQ(controller->getWindowTitle(), row.title);
+        EXPECT_EQ(controller->newAndOpenConnected, !row.withSettingsFile);
+        EXPECT_TRUE(!row.withSettingsFile || runToResults());
+        app.reset();
+    }
 }
 
 TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
@@ -179,52 +191,32 @@ TEST_F(NewUIControllerTest, TransitionsOfTheSteps) {
         ASSERT_EQ(controller->getSelectedTab(), row.from);
         controller->previousButtonEnabled = row.movesBefore.first;
         controller->nextButtonEnabled = row.movesBefore.second;
-        const QString event = row.event;
-        if (event == "next")
-            controller->next();
-        else if (event == "previous")
-            controller->previous();
-        else if (event == "sites")
-            controller->sites();
-        else if (event == "settings")
-            controller->settings();
-        else if (event == "jobSelection")
-            controller->jobSelection();
-        else if (event == "results")
-            controller->results();
-        else if (event == "open")
-            EXPECT_TRUE(controller->userWantsToOpenOrCreateASite());
-        else if (event == "continued")
-            controller->crawlHasContinued();
+        press(row.event);
         EXPECT_EQ(controller->getSelectedTab(), row.to);
         EXPECT_EQ(moves(), row.movesAfter);
     }
 }
 
-TEST_F(NewUIControllerTest, TitlesFollowTheStep) {
-    start("a");
-    const QList<QPair<QString, QString>> titles = {
-        {"1", "sites"}, {"2", "A : settings"}, {"3", "A : tasks"}, {"4", "A : scanning"}};
-    for (const auto& [step, title] : titles) {
-        goToStep(step);
-        EXPECT_EQ(controller->getWindowTitle(), title) << step.toStdString();
-    }
-}
-
-// Entering a step: keys, the new and open commands, and the spelling task.
+// Entering a step: the title, keys, the new and open commands, and the spelling task.
 TEST_F(NewUIControllerTest, EnteringAStep) {
     start("a");
     struct Row {
         const char* step;
+        const char* title; // nullptr: the results keep the title they had
         bool keys;
         bool newAndOpen;
     };
-    for (const Row& row : {Row{"1", false, true}, Row{"2", true, true}, Row{"3", true, true},
-                           Row{"4", true, false}, Row{"5", true, true}}) {
+    for (const Row& row : {Row{"1", "sites", false, true}, Row{"2", "A : settings", true, true},
+                           Row{"3", "A : tasks", true, true}, Row{"4", "A : scanning", true, false},
+                           Row{"5", nullptr, true, true}}) {
+        SCOPED_TRACE(row.step);
         goToStep(row.step);
-        EXPECT_EQ(controller->upDownKeysEnabled, row.keys) << row.step;
-        EXPECT_EQ(controller->goKeyEnabled, row.keys) << row.step;
-        EXPECT_EQ(controller->newAndOpenConnected, row.newAndOpen) << row.step;
+        if (row.title) {
+            EXPECT_EQ(controller->getWindowTitle(), row.title);
+        }
+        EXPECT_EQ(controller->upDownKeysEnabled, row.keys);
+        EXPECT_EQ(controller->goKeyEnabled, row.keys);
+        EXPECT_EQ(controller->newAndOpenConnected, row.newAndOpen);
     }
 
     for (const auto& [spelling, grammar, enabled] :
@@ -240,20 +232,16 @@ TEST_F(NewUIControllerTest, EnteringAStep) {
 // From step 2 both next and previous save the site first; other moves save as well.
 TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
     start("a");
+    auto stored = [] { return Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(); };
     for (const char* move : {"next", "previous", "results"}) {
         SCOPED_TRACE(move);
         goToStep("2");
         const QString value = QString::number(QString(move).size() + 3);
         config().changeSetting("timeOut", value);
         ASSERT_TRUE(config().isDocumentEdited());
-        EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
-        if (QString(move) == "next")
-            controller->next();
-        else if (QString(move) == "previous")
-            controller->previous();
-        else
-            controller->results();
-        EXPECT_EQ(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), value);
+        EXPECT_NE(stored(), value);
+        press(move);
+        EXPECT_EQ(stored(), value);
         EXPECT_FALSE(config().isDocumentEdited());
     }
     // Leaving another step writes nothing.
@@ -261,46 +249,31 @@ TEST_F(NewUIControllerTest, LeavingSettingsSaves) {
     config().setValueForKey("timeOut", "99");
     controller->results();
     controller->previous();
-    EXPECT_NE(Plist::readFile(SiteStore::pathForFilename("a")).value("timeOut").toString(), "99");
+    EXPECT_NE(stored(), "99");
 }
 
 TEST_F(NewUIControllerTest, CrawlStateOnTheTaskStep) {
     start("a");
     // A site was selected at start: no results yet.
-    EXPECT_FALSE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(false, false, true));
     controller->setNewCrawlButton(false);
     EXPECT_TRUE(controller->newCrawlButtonOn) << "the choice is not open without results";
 
     controller->crawlHasFinished();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_FALSE(controller->newCrawlButtonOn);
-
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, false));
     controller->settingsHaveChanged();
-    EXPECT_TRUE(controller->newCrawlButtonOn);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, true));
     controller->crawlDidntGetOffGround();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, false, true));
     EXPECT_EQ(controller->getSelectedTab(), "3");
-
     goToStep("1");
     controller->dataDidLoad();
-    EXPECT_TRUE(controller->haveCrawledSelectedSite);
-    EXPECT_TRUE(controller->newCrawlButtonEnabled);
-    EXPECT_FALSE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(true, true, false));
     EXPECT_EQ(controller->getSelectedTab(), "3");
 
     // Selecting another site makes the choice unavailable until a crawl is done.
     ASSERT_TRUE(config().selectSiteWithFilename("b"));
-    EXPECT_FALSE(controller->haveCrawledSelectedSite);
-    EXPECT_FALSE(controller->newCrawlButtonEnabled);
-    EXPECT_TRUE(controller->newCrawlButtonOn);
+    EXPECT_EQ(crawlChoice(), std::make_tuple(false, false, true));
     EXPECT_TRUE(controller->nextButtonEnabled);
 
     // A search that hides the selected row closes Next.
@@ -380,24 +353,31 @@ TEST_F(NewUIControllerTest, PreviousFromResultsWhilePaused) {
     EXPECT_FALSE(controller->partialResultsMenuItemEnabled());
 }
 
-TEST_F(NewUIControllerTest, DisplayResultsByAction) {
+// Each action's results: which task takes it on existing results when the new-crawl choice is
+// off (none starts a crawl), and where its results go, in the main window or in a window of their own.
+TEST_F(NewUIControllerTest, ResultsByAction) {
+    using T = NewUIController;
     struct Row {
+        std::optional<NewUIController::Task> task;
+        bool validationKickedOff;
         int action;
         const char* view;
         const char* title;
-        const char* windowContent;
+        const char* windowContent; // nullptr: the view itself
     };
     const Row rows[] = {
-        {1, "linksResultsView", "A : links", "linksResultsView"},
-        {2, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
-        {7, "sitemapResultsView", "A : sitemap", "sitemapResultsView"},
-        {8, "spellingResultsView", "A : spelling & grammar", "spellingResultsView"},
-        {3, "seoResultsView", "A : SEO", "seoResultsView"},
-        {5, "validationResultsView", "A : HTML Validation", "validationResultsView"},
-        {18, "validationResultsView", "A : HTML Validation", "validationResultsView"},
-        {10, "orphanResultsView", "A : orphaned pages", "spellingResultsView"},
+        {T::linksButton, false, 1, "linksResultsView", "A : links", nullptr},
+        {T::sitemapButton, false, 2, "sitemapResultsView", "A : sitemap", nullptr},
+        {std::nullopt, false, 7, "sitemapResultsView", "A : sitemap", nullptr},
+        {T::spellingButton, false, 8, "spellingResultsView", "A : spelling & grammar", nullptr},
+        {T::SEOButton, false, 3, "seoResultsView", "A : SEO", nullptr},
+        {T::validationButton, false, 5, "validationResultsView", "A : HTML Validation", nullptr},
+        {T::validationButton, true, 18, "validationResultsView", "A : HTML Validation", nullptr},
+        {T::orphanButton, false, 10, "orphanResultsView", "A : orphaned pages", "spellingResultsView"},
     };
     start("a");
+    bool kickedOff = false;
+    controller->validationWasKickedOff = [&] { return kickedOff; };
     QStringList shown, hidden;
     controller->showResultsWindow = [&](const QString& kind) { shown.append(kind); };
     controller->hideResultsWindow = [&](const QString& kind) { hidden.append(kind); };
@@ -405,8 +385,18 @@ TEST_F(NewUIControllerTest, DisplayResultsByAction) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.action);
         preferences.setValue("displayTrelliumResults", "0");
-        goToStep("2");
-        controller->displayResults(row.action);
+        if (row.task) {
+            controller->crawlHasFinished();
+            controller->jobSelection();
+            kickedOff = row.validationKickedOff;
+            ui.results.clear();
+            controller->handleControl(*row.task);
+            EXPECT_EQ(ui.results, QList<int>{row.action});
+            EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
+        } else {
+            goToStep("2");
+            controller->displayResults(row.action);
+        }
         EXPECT_EQ(controller->getSelectedTab(), "5");
         EXPECT_EQ(controller->getResultsView(), row.view);
         EXPECT_EQ(controller->getWindowTitle(), row.title);
@@ -420,7 +410,8 @@ TEST_F(NewUIControllerTest, DisplayResultsByAction) {
         controller->displayResults(row.action);
         ASSERT_EQ(shown.size(), before + 1);
         EXPECT_EQ(shown.last(), row.view);
-        EXPECT_EQ(controller->getResultsWindows().value(row.view), row.windowContent);
+        EXPECT_EQ(controller->getResultsWindows().value(row.view),
+                  row.windowContent ? row.windowContent : row.view);
         // The finish call at the end sends the main window back to the tasks.
         EXPECT_EQ(controller->getSelectedTab(), "3");
         EXPECT_TRUE(controller->haveCrawledSelectedSite);
@@ -495,7 +486,7 @@ TEST_F(NewUIControllerTest, OrphanPanelAsksForIgnoredQuerystrings) {
         dialogs = 0;
         config().setValueForKey("followQuerystring", row.followQuerystring);
         config().setDocumentEdited(false);
-        ui.answer = row.answer;
+        ui.alertAnswer = row.answer;
         controller->pressTaskButton(NewUIController::orphanButton);
         ASSERT_EQ(ui.alerts.size(), row.alerts);
         if (row.alerts) {
@@ -525,36 +516,6 @@ TEST_F(NewUIControllerTest, ActionsButtonOpensTheScheduleOnSettings) {
     EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
 }
 
-// Tasks that use existing results: which action each one takes when the choice is off.
-TEST_F(NewUIControllerTest, TasksWithExistingResults) {
-    start("a");
-    bool kickedOff = false;
-    controller->validationWasKickedOff = [&] { return kickedOff; };
-    struct Row {
-        NewUIController::Task task;
-        bool validationKickedOff;
-        int action;
-        const char* step; // where the window stands after the action shows nothing
-    };
-    for (const Row& row :
-         {Row{NewUIController::linksButton, false, 1, "5"},
-          Row{NewUIController::sitemapButton, false, 2, "5"}, Row{NewUIController::SEOButton, false, 3, "5"},
-          Row{NewUIController::validationButton, false, 5, "5"},
-          Row{NewUIController::validationButton, true, 18, "5"},
-          Row{NewUIController::spellingButton, false, 8, "5"},
-          Row{NewUIController::orphanButton, false, 10, "5"}}) {
-        SCOPED_TRACE(row.action);
-        controller->crawlHasFinished();
-        controller->jobSelection();
-        kickedOff = row.validationKickedOff;
-        ui.results.clear();
-        controller->handleControl(row.task);
-        EXPECT_EQ(ui.results, QList<int>{row.action});
-        EXPECT_EQ(controller->getSelectedTab(), row.step);
-        EXPECT_EQ(hub().getCrawlState(), LinkCheckerHub::CrawlState::Idle);
-    }
-}
-
 // Turning the login on asks; only "Continue" records it. Turning it off records nothing.
 TEST_F(NewUIControllerTest, AuthenticationSwitchAsksFirst) {
     start("a");
@@ -570,7 +531,7 @@ TEST_F(NewUIControllerTest, AuthenticationSwitchAsksFirst) {
         SCOPED_TRACE(std::to_string(row.on) + " " + std::to_string(row.answer));
         ui.alerts.clear();
         config().setDocumentEdited(false);
-        ui.answer = row.answer;
+        ui.alertAnswer = row.answer;
         EXPECT_EQ(controller->handleAuthenticationButton(row.on), row.stays);
         ASSERT_EQ(ui.alerts.size(), row.alerts);
         if (row.alerts) {

@@ -5,7 +5,6 @@
 #include "support/TestServer.h"
 
 #include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <gtest/gtest.h>
@@ -26,11 +25,6 @@ TestServer& seoSite() {
     return *server;
 }
 
-QString readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
 TEST(SeoCommand, TableReportsJsonAndExitStatus) {
     TempHome home;
     const QString dir = home.path();
@@ -42,16 +36,16 @@ TEST(SeoCommand, TableReportsJsonAndExitStatus) {
     EXPECT_TRUE(run.out.contains("3 page(s) included, 0 without title, 1 without description, 1 shown"))
         << run.out;
     EXPECT_TRUE(run.out.contains("Apples")) << run.out;
-    const QJsonObject json = QJsonDocument::fromJson(readFile(dir + "/p.json").toUtf8()).object();
+    const QJsonObject json = QJsonDocument::fromJson(readText(dir + "/p.json").toUtf8()).object();
     EXPECT_EQ(json["title"].toString(), "Apples");
     EXPECT_EQ(json["occurrences"].toObject()["total"].toInt(), 3); // title, description, text
     // The plain CSV keeps the quote as it stands, filtered to the keyword's page.
-    EXPECT_EQ(readFile(dir + "/s.csv").section('\r', 1, 1).section(',', 0, 1),
+    EXPECT_EQ(readText(dir + "/s.csv").section('\r', 1, 1).section(',', 0, 1),
               "\"" + seoSite().url("/a") + "\",\"Apples\"");
-    EXPECT_TRUE(readFile(dir + "/bad.html")
+    EXPECT_TRUE(readText(dir + "/bad.html")
                     .startsWith("<h1>SEO</h1>\n<p>3 page(s) included, 0 without title, 1 "
                                 "without description</p>\n<table>"));
-    EXPECT_EQ(readFile(dir + "/d.csv"), "\"Title\",\"URL\",\"Size in bytes\"\r");
+    EXPECT_EQ(readText(dir + "/d.csv"), "\"Title\",\"URL\",\"Size in bytes\"\r");
     EXPECT_EQ(QDir(dir).entryList({"Kestrelia archived pages *"}).size(), 1);
 }
 

@@ -74,10 +74,8 @@ class SmallDisk {
 // touched stays byte for byte as it was. A command that only reads still works.
 TEST(SettingsWrites, FailedWritesExitTwoAndLeaveTheOldFiles) {
     QTemporaryDir site;
-    QFile page(site.path() + "/index.html");
-    ASSERT_TRUE(page.open(QIODevice::WriteOnly) && page.write("<a href=index.html>again</a>") > 0);
-    page.close();
-    const QString url = QUrl::fromLocalFile(page.fileName()).toString();
+    ASSERT_TRUE(writeBytes(site.path() + "/index.html", "<a href=index.html>again</a>"));
+    const QString url = QUrl::fromLocalFile(site.path() + "/index.html").toString();
 
     struct Case {
         QStringList args;
@@ -106,10 +104,8 @@ TEST(SettingsWrites, FailedWritesExitTwoAndLeaveTheOldFiles) {
             const QVariantMap settings = {{"url", url}, {"name", "Site"}, {"timeOut", "5"}};
             ASSERT_TRUE(Plist::writeFile(store + "/site", settings));
             ASSERT_TRUE(Plist::writeFile(home + "/scan.lcsettings", settings));
-            QFile preferences(home + "/config/Trellium/Trellium5.conf");
-            ASSERT_TRUE(preferences.open(QIODevice::WriteOnly) &&
-                        preferences.write("[General]\nnewUISelectedFilename=site\n") > 0);
-            preferences.close();
+            ASSERT_TRUE(writeBytes(home + "/config/Trellium/Trellium5.conf",
+                                   "[General]\nnewUISelectedFilename=site\n"));
             const QMap<QString, QByteArray> before = snapshot(home);
 
             ASSERT_TRUE(full ? disk.fill() : disk.mount(true));

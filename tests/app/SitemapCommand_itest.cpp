@@ -8,7 +8,6 @@
 #include "support/TestServer.h"
 
 #include <QDir>
-#include <QFile>
 #include <gtest/gtest.h>
 
 namespace {
@@ -27,11 +26,6 @@ TestServer& site() {
         return s;
     }();
     return *server;
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
 int xmllint(const QString& path) {
@@ -54,7 +48,7 @@ TEST(SitemapCommand, WritesTheSitemapAndItsReports) {
     EXPECT_TRUE(run.out.startsWith("sitemap: 4 pages written to " + out)) << run.out;
     EXPECT_TRUE(run.err.contains("unknown change frequency 'fortnightly'")) << run.err;
     EXPECT_EQ(xmllint(out), 0);
-    const QString text = QString::fromUtf8(readAll(out));
+    const QString text = readText(out);
     const QString base = site().baseUrl();
     for (const QString& part :
          {"\t<url>\n\t\t<loc>" + base +
@@ -68,11 +62,11 @@ TEST(SitemapCommand, WritesTheSitemapAndItsReports) {
               "/list?a=1&amp;b=2</loc>\n\t\t<changefreq>monthly</changefreq>\n\t\t<priority>0.5</priority>"})
         EXPECT_TRUE(text.contains(part)) << part << "\n" << text;
     EXPECT_FALSE(text.contains("private")) << text;
-    EXPECT_TRUE(readAll(home.path() + "/s.csv")
+    EXPECT_TRUE(readText(home.path() + "/s.csv")
                     .startsWith("\"URL\",\"Priority\",\"Change frequency\",\"Last modified\"\r"));
-    EXPECT_TRUE(readAll(home.path() + "/t.html")
-                    .contains("&bull;&nbsp;<a href = \"" + base.toUtf8() + "/news/1.html\">"));
-    EXPECT_TRUE(readAll(home.path() + "/p.html").contains("<a href = \"" + base.toUtf8() + "/\">"));
+    EXPECT_TRUE(
+        readText(home.path() + "/t.html").contains("&bull;&nbsp;<a href = \"" + base + "/news/1.html\">"));
+    EXPECT_TRUE(readText(home.path() + "/p.html").contains("<a href = \"" + base + "/\">"));
 }
 
 // Bad input is told before any crawl, and no file is left behind.
@@ -115,7 +109,7 @@ TEST(SitemapCommand, UploadsByFtp) {
                              "ftp://web:se%3Acr%40t@" + ftp.hostAndPort() + "/www/maps/"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_TRUE(run.out.contains(", uploaded")) << run.out;
-    EXPECT_EQ(readAll(ftp.root() + "/www/maps/sitemap.xml"), readAll(out));
+    EXPECT_EQ(readText(ftp.root() + "/www/maps/sitemap.xml"), readText(out));
 
     ASSERT_EQ(trellium({"sites", "add", site().url("/"), "--name", "S"}).exitCode, 0);
     SiteStore store;
@@ -132,11 +126,11 @@ TEST(SitemapCommand, UploadsByFtp) {
     ASSERT_TRUE(Plist::writeFile(file, settings));
     run = trellium({"sitemap", "--site", "S", "-o", out, "--upload"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    const QByteArray uploaded = readAll(ftp.root() + "/www/sitemap.xml");
-    EXPECT_EQ(uploaded, readAll(out));
+    const QString uploaded = readText(ftp.root() + "/www/sitemap.xml");
+    EXPECT_EQ(uploaded, readText(out));
     EXPECT_TRUE(
         uploaded.contains("b=2</loc>\n\t\t<changefreq>never</changefreq>\n\t\t<priority>0.1</priority>"))
-        << uploaded.toStdString();
+        << uploaded;
 
     run = trellium(
         {"sitemap", "--site", "S", "-o", out, "--ftp", "ftp://web:wrong@" + ftp.hostAndPort() + "/www"});

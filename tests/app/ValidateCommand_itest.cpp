@@ -6,17 +6,11 @@
 #include "support/TestServer.h"
 #include "support/ValidationSite.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-
-QString readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 // The counts the service gives, the table of pages with issues, the reports, and exit 1 for the
 // page with errors; the run waits for the last answer after the crawl.
@@ -41,13 +35,13 @@ TEST(ValidateCommand, ValidatesASiteWithTheRealValidator) {
     EXPECT_TRUE(run.out.contains("3 pages validated, 1 with errors, 1 with warnings (of 3 pages)"))
         << run.out;
     EXPECT_TRUE(run.err.contains("3 pages validated")) << run.err;
-    EXPECT_EQ(readFile(csv), "\"URL\",\"Status\",\"Errors\",\"Warnings\"\r\"" + site.url("/") +
+    EXPECT_EQ(readText(csv), "\"URL\",\"Status\",\"Errors\",\"Warnings\"\r\"" + site.url("/") +
                                  "\",\"Valid\",\"0\",\"0\"\r\"" + site.url("/errors.html") +
                                  "\",\"Invalid\",\"3\",\"0\"\r\"" + site.url("/warnings.html") +
                                  "\",\"Valid\",\"0\",\"2\"\r");
-    EXPECT_TRUE(readFile(bad).startsWith(
+    EXPECT_TRUE(readText(bad).startsWith(
         "<h1>HTML Validation</h1>\n<p>3 page(s) included, 1 with errors, 1 with warnings</p>\n<table>"));
-    EXPECT_FALSE(readFile(bad).contains("uri=" + site.url("/") + " >")) << readFile(bad);
+    EXPECT_FALSE(readText(bad).contains("uri=" + site.url("/") + " >")) << readText(bad);
 }
 
 // A service that is refused, answers 500 or is no URL at all: the run still ends, and says so.

@@ -1,18 +1,10 @@
 #include "config/KestConfigManager.h"
-#include "config/QtPrinters.h"
+#include "support/QtPrinting.h"
 #include "support/TempHome.h"
 
 #include <gtest/gtest.h>
 
-namespace {
-
-// The dictionary of a file that holds nothing but its URL.
-QVariantMap onlyUrl() {
-    return {{"url", "http://example.com/"}};
-}
-
-} // namespace
-
+// The rule for flags, and the YES or NO that a flag read by it is saved as.
 TEST(KestConfigManager, BooleanRule) {
     struct Case {
         QVariant value;
@@ -22,8 +14,13 @@ TEST(KestConfigManager, BooleanRule) {
                           {"  +007", true}, {"-0y", true},  {"000", false},    {QVariant(), false},
                           {"", false},      {"no", false},  {"Tuesday", true}, {" 0", false},
                           {true, true},     {false, false}, {"\n\tyes", true}, {"+-1", false}};
-    for (const Case& c : cases)
-        EXPECT_EQ(KestConfigManager::boolValue(c.value), c.expected) << c.value.toString().toStdString();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.value.toString().toStdString());
+        EXPECT_EQ(KestConfigManager::boolValue(c.value), c.expected);
+        KestConfigManager config;
+        config.implementSettingsFromDictionary({{"checkImages", c.value}});
+        EXPECT_EQ(config.compileConfigDict().value("checkImages").toString(), c.expected ? "YES" : "NO");
+    }
 }
 
 TEST(KestConfigManager, BlankDictionaryHasTheSeventyFiveKeys) {
@@ -43,7 +40,7 @@ TEST(KestConfigManager, BlankDictionaryHasTheSeventyFiveKeys) {
 TEST(KestConfigManager, FileWithOnlyUrlLoadsWithTheMissingValues) {
     KestConfigManager config;
     config.setValueForKey("numberOfThreads", "40");
-    config.implementSettingsFromDictionary(onlyUrl());
+    config.implementSettingsFromDictionary({{"url", "http://example.com/"}}); // a file with its URL only
 
     EXPECT_EQ(config.stringForKey("url"), "http://example.com/");
     for (const char* flag : {"ignoreSlash", "followQuerystring", "checkImages", "followCheckbox", "runJS",
@@ -100,18 +97,6 @@ TEST(KestConfigManager, RuleListsAreTrimmedOnLoadAndJoinedOnSave) {
     EXPECT_EQ(saved.value("followWhitelist").toString(), "");
 }
 
-TEST(KestConfigManager, FlagsReadByTheRuleAreWrittenYesOrNo) {
-    const QPair<QVariant, const char*> cases[] = {{"1", "YES"}, {"true", "YES"}, {true, "YES"},
-                                                  {"NO", "NO"}, {"0", "NO"},     {"nope", "NO"}};
-    for (const auto& [stored, written] : cases) {
-        KestConfigManager config;
-        config.implementSettingsFromDictionary({{"checkImages", stored}, {"archivePages", stored}});
-        const QVariantMap saved = config.compileConfigDict();
-        EXPECT_EQ(saved.value("checkImages").toString(), written) << stored.toString().toStdString();
-        EXPECT_EQ(saved.value("archivePages").toString(), written);
-    }
-}
-
 TEST(KestConfigManager, SitemapRulesAreIndependentOfTheLoadedDictionary) {
     const QVariantMap rule = {{"url", "/a"}, {"priority", "0.5"}};
     const QVariantMap dict = {{"sitemapRules", QVariantList{rule}}};
@@ -130,7 +115,9 @@ TEST(KestConfigManager, SitemapRulesAreIndependentOfTheLoadedDictionary) {
     EXPECT_TRUE(config.getSitemapRules().isEmpty());
 }
 
-TEST(KestConfigManager, ApplyingADictionaryMarksTheFormEdited) {
+// Applying any dictionary raises the edited mark through the content flag; a stored "NO" never
+// lowers it, and only compiling the dictionary does not raise it.
+TEST(KestConfigManager, EditedMarkOnlyRises) {
     KestConfigManager config;
     int changes = 0;
     config.settingsHaveChanged = [&] { ++changes; };
@@ -138,38 +125,30 @@ TEST(KestConfigManager, ApplyingADictionaryMarksTheFormEdited) {
     config.setDefaults();
     EXPECT_TRUE(config.isDocumentEdited());
     EXPECT_GE(changes, 1);
-}
-
-TEST(KestConfigManager, MissingKeysThatKeepLeaveTheWorkingValue) {
-    KestConfigManager config;
-    config.implementSettingsFromDictionary(
-        {{"url", "http://a/"}, {"language", "Deutsch"}, {"ftpserver", "f"}});
     config.setDocumentEdited(false);
     config.implementSettingsFromDictionary({{"KestreliaMainWindowEdited", "NO"}});
-    EXPECT_EQ(config.stringForKey("url"), "http://a/");
-    EXPECT_EQ(config.stringForKey("language"), "Deutsch");
-    EXPECT_EQ(config.stringForKey("ftpserver"), "");
-}
-
-TEST(KestConfigManager, StoredEditedMarkOnlyRaisesIt) {
-    KestConfigManager config;
-    config.implementSettingsFromDictionary({{"KestreliaMainWindowEdited", "YES"}});
-    config.setDocumentEdited(false);
-    config.implementSettingsFromDictionary({{"KestreliaMainWindowEdited", "NO"}});
-    // Applying any dictionary raises it through the content flag; "NO" never lowers it.
     EXPECT_TRUE(config.isDocumentEdited());
     config.setDocumentEdited(false);
     config.compileConfigDict();
     EXPECT_FALSE(config.isDocumentEdited());
 }
 
-TEST(KestConfigManager, StatusLineAndFollowFieldsFollowTheDictionary) {
+// Applied again, a dictionary leaves the working url and language where it lacks them, but not
+// the FTP keys; the status line and the follow fields follow it.
+TEST(KestConfigManager, ReappliedDictionary) {
     KestConfigManager config;
-    config.implementSettingsFromDictionary(
-        {{"dateStamp", "Jan 2, 2024 10:00"}, {"status", "3 of 3"}, {"followCheckbox", "YES"}});
+    config.implementSettingsFromDictionary({{"url", "http://a/"},
+                                            {"language", "Deutsch"},
+                                            {"ftpserver", "f"},
+                                            {"dateStamp", "Jan 2, 2024 10:00"},
+                                            {"status", "3 of 3"},
+                                            {"followCheckbox", "YES"}});
     EXPECT_EQ(config.statusLine, "Last checked Jan 2, 2024 10:00, 3 of 3");
     EXPECT_FALSE(config.followRuleFieldsEnabled);
     config.implementSettingsFromDictionary({{"status", "3 of 3"}});
+    EXPECT_EQ(config.stringForKey("url"), "http://a/");
+    EXPECT_EQ(config.stringForKey("language"), "Deutsch");
+    EXPECT_EQ(config.stringForKey("ftpserver"), "");
     EXPECT_EQ(config.statusLine, "");
     EXPECT_TRUE(config.followRuleFieldsEnabled);
 }

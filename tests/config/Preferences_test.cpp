@@ -1,6 +1,6 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
-#include "config/QtPrinters.h"
+#include "support/QtPrinting.h"
 #include "support/TempHome.h"
 
 #include <QFileInfo>
@@ -16,15 +16,6 @@ void store(const QVariantMap& values) {
 }
 
 } // namespace
-
-TEST(Preferences, StoreLivesUnderTheConfigFolderOfHome) {
-    TempHome home;
-    EXPECT_TRUE(Preferences::storeFilePath().startsWith(home.path()))
-        << Preferences::storeFilePath().toStdString();
-    Preferences prefs;
-    prefs.save();
-    EXPECT_TRUE(QFileInfo::exists(Preferences::storeFilePath()));
-}
 
 TEST(Preferences, InitialValuesAndRegisteredDefaults) {
     TempHome home;
@@ -60,31 +51,38 @@ TEST(Preferences, StoredAgentsOfOurOwnKindAreIgnored) {
     }
 }
 
-TEST(Preferences, MissingKeysKeepTheirInitialValues) {
+// Keys missing from the store keep their initial values, colours come only with their red, and
+// values of the wrong type read as zero or false.
+TEST(Preferences, StoredValuesAreReadByTheirRules) {
     TempHome home;
-    store({{"checkRobotstxt", false}, {"linkslimit", "500"}});
+    store({{"checkRobotstxt", false},
+           {"linkslimit", "500"},
+           {"Lorrane2xxColourR", 0.1},
+           {"Lorrane2xxColourG", 0.2},
+           {"Lorrane3xxColourG", 0.3},
+           {"levelslimit", "many"},
+           {"validateAll", "perhaps"},
+           {"KestreliaShowPageTitle", "x"}});
+    Preferences initial;
     Preferences prefs;
     prefs.load();
     EXPECT_FALSE(prefs.boolValue("checkRobotstxt"));
     EXPECT_EQ(prefs.intValue("linkslimit"), 500);
-    EXPECT_EQ(prefs.intValue("levelslimit"), 100);
     EXPECT_TRUE(prefs.boolValue("checkRobots"));
-}
-
-TEST(Preferences, ColoursComeOnlyWithTheirRed) {
-    TempHome home;
-    store({{"Lorrane2xxColourR", 0.1}, {"Lorrane2xxColourG", 0.2}, {"Lorrane3xxColourG", 0.3}});
-    Preferences initial;
-    Preferences prefs;
-    prefs.load();
+    EXPECT_EQ(prefs.stringValue("validationtimeout"), "30");
     EXPECT_FLOAT_EQ(prefs.value("Lorrane2xxColourR").toFloat(), 0.1f);
     EXPECT_FLOAT_EQ(prefs.value("Lorrane2xxColourG").toFloat(), 0.2f);
     EXPECT_FLOAT_EQ(prefs.value("Lorrane2xxColourB").toFloat(), 0.0f); // read together with red
     EXPECT_FLOAT_EQ(prefs.value("Lorrane3xxColourG").toFloat(), initial.value("Lorrane3xxColourG").toFloat());
+    EXPECT_EQ(prefs.intValue("levelslimit"), 0);
+    EXPECT_FALSE(prefs.boolValue("validateAll"));
+    EXPECT_EQ(prefs.intValue("KestreliaShowPageTitle"), 0);
 }
 
 TEST(Preferences, SavedValuesComeBackInTheirForms) {
     TempHome home;
+    EXPECT_TRUE(Preferences::storeFilePath().startsWith(home.path()))
+        << Preferences::storeFilePath().toStdString();
     {
         Preferences prefs;
         prefs.setValue("KestreliaShowPageTitle", 1);
@@ -107,16 +105,6 @@ TEST(Preferences, SavedValuesComeBackInTheirForms) {
     EXPECT_FLOAT_EQ(prefs.value("Lorrane4xxColourA").toFloat(), 0.5f);
     EXPECT_TRUE(prefs.boolValue("LorraneFlatViewColsRedir"));
     EXPECT_FALSE(prefs.contains("autosave"));
-}
-
-TEST(Preferences, WrongTypesReadAsZeroFalseOrEmpty) {
-    TempHome home;
-    store({{"levelslimit", "many"}, {"validateAll", "perhaps"}, {"KestreliaShowPageTitle", "x"}});
-    Preferences prefs;
-    prefs.load();
-    EXPECT_EQ(prefs.intValue("levelslimit"), 0);
-    EXPECT_FALSE(prefs.boolValue("validateAll"));
-    EXPECT_EQ(prefs.intValue("KestreliaShowPageTitle"), 0);
 }
 
 TEST(Preferences, SelectedSiteIsStoredAtOnce) {

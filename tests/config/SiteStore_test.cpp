@@ -1,7 +1,7 @@
 #include "config/KestConfigManager.h"
 #include "config/Preferences.h"
-#include "config/QtPrinters.h"
 #include "platform/Plist.h"
+#include "support/QtPrinting.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TempHome.h"
 
@@ -39,21 +39,11 @@ QStringList displayedNames(const SiteStore& list) {
     return out;
 }
 
-// Answers alerts with a chosen button.
-class AnsweringUserInterface : public RecordingUserInterface {
-  public:
-    int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-        RecordingUserInterface::alert(title, text, buttons);
-        return answer;
-    }
-    int answer = 0;
-};
-
 class SiteStoreTest : public testing::Test {
   protected:
     TempHome home;
     Preferences preferences;
-    AnsweringUserInterface ui;
+    RecordingUserInterface ui;
     KestConfigManager config{&preferences, &ui};
 };
 
@@ -83,10 +73,13 @@ TEST(SiteStore, ReservedEntriesOfTheStore) {
         EXPECT_EQ(SiteStore::isReservedEntry(name), reserved) << name;
 }
 
+// A FIFO would block the scan and /dev/zero fill memory: such entries, and links to them, are
+// no sites. A regular file too large to read, like any other stray entry, still shows.
 TEST_F(SiteStoreTest, LoadListsEveryOtherEntryAsASite) {
     writeSite("site-a", {{"url", "http://a/"}, {"name", "Alpha"}});
     writeSite("site-b", {{"url", "http://b/"}});
-    writeSite("lastused", {{"url", "http://lastused/"}});
+    config.saveBlankSettings(); // written as "lastused"
+    EXPECT_EQ(readSite("lastused").size(), 75);
     writeSite("copy.lcsettings.bak", {{"url", "http://skip/"}});
     writeSite(".hidden", {{"url", "http://hidden/"}});
     QDir().mkpath(store() + "/thumbs");
@@ -95,13 +88,26 @@ TEST_F(SiteStoreTest, LoadListsEveryOtherEntryAsASite) {
     ASSERT_TRUE(stray.open(QIODevice::WriteOnly));
     stray.write("not a plist");
     stray.close();
+    ASSERT_EQ(mkfifo(QFile::encodeName(store() + "/fifo").constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link("/dev/zero", store() + "/zero"));
+    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray socketPath = QFile::encodeName(store() + "/socket");
+    ASSERT_LT(size_t(socketPath.size()), sizeof address.sun_path);
+    std::memcpy(address.sun_path, socketPath.constData(), size_t(socketPath.size()));
+    ASSERT_EQ(bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    QFile big(store() + "/big");
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(Plist::maxFileSize + 1));
+    big.close();
 
     config.loadAllUrls();
+    close(sock);
     const SiteStore& list = config.store();
-    EXPECT_EQ(list.fileNameCollection, QStringList({"notes.txt", "site-a", "site-b", "stray-folder"}));
-    EXPECT_EQ(list.nameCollection, QStringList({"notes.txt", "Alpha", "http://b/", "stray-folder"}));
-    EXPECT_EQ(list.collection, QStringList({"notes.txt", "http://a/", "http://b/", "stray-folder"}));
-    EXPECT_EQ(list.sortArray, QList<int>({0, 1, 2, 3}));
+    EXPECT_EQ(list.fileNameCollection, QStringList({"big", "notes.txt", "site-a", "site-b", "stray-folder"}));
+    EXPECT_EQ(list.nameCollection, QStringList({"big", "notes.txt", "Alpha", "http://b/", "stray-folder"}));
+    EXPECT_EQ(list.collection, QStringList({"big", "notes.txt", "http://a/", "http://b/", "stray-folder"}));
+    EXPECT_EQ(list.sortArray, QList<int>({0, 1, 2, 3, 4}));
     EXPECT_EQ(config.getSelectedRow(), -1);
 }
 
@@ -129,6 +135,11 @@ TEST_F(SiteStoreTest, NewSitesGetNumberedFileNames) {
     EXPECT_EQ(preferences.stringValue("newUISelectedFilename"), "http---same-com--2");
     EXPECT_FALSE(config.isCreatingNewConfig());
     EXPECT_FALSE(config.isDocumentEdited());
+    // A result that arrives while the site is still being made waits for its file.
+    config.setValueForKey("url", "http://same.com/");
+    EXPECT_TRUE(readSite("http---same-com--2").value("status").isNull());
+    config.setStatus("1 of 1");
+    EXPECT_EQ(readSite("http---same-com--2").value("status").toString(), "1 of 1");
     // The file name is the site's identity: a new URL does not rename it.
     config.setNewUrl("http://other.com/");
     config.saveMenuItem();
@@ -140,7 +151,7 @@ TEST_F(SiteStoreTest, ANewSiteOnlyAfterSavingOrDiscardingEdits) {
     config.loadAllUrls();
     config.newURL("http://a.com/", "A");
     config.changeSetting("timeOut", "99");
-    ui.answer = 1; // "Don't save"
+    ui.alertAnswer = 1; // "Don't save"
     config.newURL("http://b.com/", "B");
     ASSERT_EQ(ui.alerts.size(), 1);
     EXPECT_EQ(ui.alerts[0].first, "Unsaved changes");
@@ -148,7 +159,7 @@ TEST_F(SiteStoreTest, ANewSiteOnlyAfterSavingOrDiscardingEdits) {
     EXPECT_EQ(config.stringForKey("timeOut"), "30"); // the new site starts from the defaults
 
     config.changeSetting("timeOut", "77");
-    ui.answer = 0; // "Save"
+    ui.alertAnswer = 0; // "Save"
     config.newURL("http://c.com/", "C");
     EXPECT_EQ(readSite("http---b-com-").value("timeOut").toString(), "77");
 }
@@ -189,16 +200,6 @@ TEST_F(SiteStoreTest, InPlaceChangesKeepKeysTheWorkingCopyDoesNotKnow) {
     EXPECT_FALSE(saved.contains("futureKey"));
     EXPECT_EQ(saved.value("status"), file.value("status"));
     EXPECT_EQ(saved.value("dateStamp"), file.value("dateStamp"));
-}
-
-TEST_F(SiteStoreTest, ResultOfANewSiteWaitsForItsFile) {
-    config.loadAllUrls();
-    config.newURL("http://a.com/", "A");
-    // As if the result arrived while the site was still being made.
-    config.setValueForKey("url", "http://a.com/");
-    EXPECT_TRUE(readSite("http---a-com-").value("status").isNull());
-    config.setStatus("1 of 1");
-    EXPECT_EQ(readSite("http---a-com-").value("status").toString(), "1 of 1");
 }
 
 TEST_F(SiteStoreTest, SelectingLoadsTheSiteAndTellsObservers) {
@@ -292,33 +293,31 @@ TEST_F(SiteStoreTest, FilterHidesRowsButSelectionStaysAnArrayIndex) {
     EXPECT_EQ(changed, 3);
 }
 
+// A site whose file vanished keeps its row; otherwise the row above is selected, and at the end none.
 TEST_F(SiteStoreTest, DeleteSelectsTheRowAboveAndEndsWithNone) {
     writeSite("a", {{"url", "http://a/"}});
     writeSite("b", {{"url", "http://b/"}});
+    writeSite("c", {{"url", "http://c/"}});
     config.loadAllUrls();
-    ASSERT_TRUE(config.selectRow(1));
-    ui.answer = 1; // "Cancel"
+    ASSERT_TRUE(config.selectRow(2));
+    QFile::remove(store() + "/c");
+    EXPECT_FALSE(config.deleteMenuItem());
+    EXPECT_EQ(config.store().count(), 3);
+    writeSite("c", {{"url", "http://c/"}});
+    ui.alertAnswer = 1; // "Cancel"
     EXPECT_FALSE(config.deleteMenuItem());
     EXPECT_EQ(ui.alerts.last().first, "Delete Configuration");
-    ui.answer = 0;
+    ui.alertAnswer = 0;
     ASSERT_TRUE(config.deleteMenuItem());
-    EXPECT_FALSE(QFileInfo::exists(store() + "/b"));
-    EXPECT_EQ(config.getSelectedRow(), 0);
-    EXPECT_EQ(config.getUrlOfSelectedSite(), "http://a/");
+    EXPECT_FALSE(QFileInfo::exists(store() + "/c"));
+    EXPECT_EQ(config.getSelectedRow(), 1);
+    EXPECT_EQ(config.getUrlOfSelectedSite(), "http://b/");
+    ASSERT_TRUE(config.deleteMenuItem());
     ASSERT_TRUE(config.deleteMenuItem());
     EXPECT_EQ(config.store().count(), 0);
     EXPECT_EQ(config.getSelectedRow(), -1);
     EXPECT_FALSE(config.isDocumentEdited());
     EXPECT_FALSE(config.deleteMenuItem());
-}
-
-TEST_F(SiteStoreTest, DeleteOfAVanishedFileKeepsTheRow) {
-    writeSite("a", {{"url", "http://a/"}});
-    config.loadAllUrls();
-    ASSERT_TRUE(config.selectRow(0));
-    QFile::remove(store() + "/a");
-    EXPECT_FALSE(config.deleteMenuItem());
-    EXPECT_EQ(config.store().count(), 1);
 }
 
 TEST_F(SiteStoreTest, ExportWritesTheWorkingCopyAsItStands) {
@@ -386,6 +385,14 @@ TEST_F(SiteStoreTest, OpenSettingsMatchesScheduleAndIdentity) {
         }
     }
     EXPECT_FALSE(config.openSettings("file://" + scan)); // a URL text is no path
+    // A FIFO is refused at once, with an alert.
+    const QString fifo = home.path() + "/scan.lcsettings";
+    ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const qsizetype alerts = ui.alerts.size();
+    EXPECT_FALSE(config.openSettings(fifo));
+    ASSERT_EQ(ui.alerts.size(), alerts + 1);
+    EXPECT_EQ(ui.alerts.last().first, "Cannot open settings");
+    EXPECT_TRUE(ui.alerts.last().second.contains("a FIFO"));
 }
 
 TEST_F(SiteStoreTest, SelectUrlPrefersNamesAndTheLastMatch) {
@@ -414,36 +421,6 @@ TEST_F(SiteStoreTest, ScheduleColumnAndFileFallbacks) {
     EXPECT_EQ(SiteStore::getNameForFilename("missing"), "missing");
     EXPECT_TRUE(SiteStore::getNameForFilename("n").isNull());
     EXPECT_EQ(SiteStore::getStatuslForFilename("n"), ""); // a date without a status
-}
-
-TEST_F(SiteStoreTest, BlankSettingsGoToLastused) {
-    config.saveBlankSettings();
-    EXPECT_EQ(readSite("lastused").size(), 75);
-    config.loadAllUrls();
-    EXPECT_EQ(config.store().count(), 0);
-}
-
-// A FIFO would block the scan and /dev/zero fill memory: such entries, and links to them, are
-// no sites. A regular file too large to read still shows as a stray entry.
-TEST_F(SiteStoreTest, LoadSkipsFifosDevicesAndSockets) {
-    writeSite("site", {{"url", "http://a/"}, {"name", "Site"}});
-    ASSERT_EQ(mkfifo(QFile::encodeName(store() + "/fifo").constData(), 0600), 0);
-    ASSERT_TRUE(QFile::link("/dev/zero", store() + "/zero"));
-    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray socketPath = QFile::encodeName(store() + "/socket");
-    ASSERT_LT(size_t(socketPath.size()), sizeof address.sun_path);
-    std::memcpy(address.sun_path, socketPath.constData(), size_t(socketPath.size()));
-    ASSERT_EQ(bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    QFile big(store() + "/big");
-    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(Plist::maxFileSize + 1));
-    big.close();
-
-    config.loadAllUrls();
-    close(sock);
-    EXPECT_EQ(config.store().fileNameCollection, QStringList({"big", "site"}));
-    EXPECT_EQ(config.store().nameCollection, QStringList({"big", "Site"}));
 }
 
 // Every write of the selected site's file that fails is told with the file's path, and the
@@ -481,15 +458,4 @@ TEST_F(SiteStoreTest, FailedWritesAreToldWithThePath) {
         EXPECT_EQ(manager.store().count(), 1);
         EXPECT_TRUE(QFileInfo(path + "/inside").isFile());
     }
-}
-
-// A settings file handed to the window that is a FIFO is refused at once with an alert.
-TEST_F(SiteStoreTest, OpeningAFifoIsRefusedWithAnAlert) {
-    const QString fifo = home.path() + "/scan.lcsettings";
-    ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-    config.loadAllUrls();
-    EXPECT_FALSE(config.openSettings(fifo));
-    ASSERT_EQ(ui.alerts.size(), 1);
-    EXPECT_EQ(ui.alerts[0].first, "Cannot open settings");
-    EXPECT_TRUE(ui.alerts[0].second.contains("a FIFO"));
 }

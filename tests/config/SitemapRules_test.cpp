@@ -11,11 +11,8 @@ namespace {
 
 // Rules as another program writes them: plain ones, and entries of the wrong types.
 const char* rulesFile = R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
 <dict>
-	<key>url</key>
-	<string>https://www.example.org/</string>
 	<key>sitemapRules</key>
 	<array>
 		<dict>

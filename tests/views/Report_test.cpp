@@ -52,9 +52,11 @@ TEST(FlatReport, OneRowPerOccurrence) {
               "\"404 not found\"\t\"http://example.com/b\"\t\"http://example.com/\"\r");
     ASSERT_EQ(f.report.getBadCollection().size(), 1u);
     EXPECT_EQ(f.report.getBadCollection()[0]->getLinkText(), "Broken");
-    // Ids go on rising over repeated reports.
+    // Ids go on rising over repeated reports; page titles stand for URLs when asked.
+    f.preferences.setValue("KestreliaShowPageTitle", 1);
     f.report.doReport(f.hub, true);
     EXPECT_EQ(f.report.getnthItem(0)->getID(), 4);
+    EXPECT_EQ(f.report.getnthItem(0)->getFieldByName("onpageurl"), "Title");
 }
 
 // The rows of one record share what they have alike; changing one row leaves its siblings be.
@@ -73,13 +75,6 @@ TEST(FlatReport, RowsOfOneRecordChangeApart) {
     EXPECT_EQ(first->getLcurl(), second->getLcurl());
 }
 
-TEST(FlatReport, PageTitlesStandForURLsWhenAsked) {
-    Crawled f;
-    f.preferences.setValue("KestreliaShowPageTitle", 1);
-    f.report.doReport(f.hub, true);
-    EXPECT_EQ(f.report.getnthItem(0)->getFieldByName("onpageurl"), "Title");
-}
-
 TEST(FlatReport, TabExportStopsAfterAsManyPositionsAsVisibleRows) {
     Crawled f;
     f.report.filter("Broken", 0); // only the last of three rows is visible
@@ -89,7 +84,8 @@ TEST(FlatReport, TabExportStopsAfterAsManyPositionsAsVisibleRows) {
     EXPECT_EQ(f.report.getFlatTDL(f.small), "\"Status\"\t\"URL\"\t\"On Page\"\r");
 }
 
-TEST(FlatReport, HTMLExports) {
+// The exports, and the bad links alone as HTML and saved as CSV.
+TEST(FlatReport, Exports) {
     Crawled f;
     const QString head =
         "<table><tr><th style = max-width:100px>Status</th><th style = max-width:100px>URL</th>"
@@ -110,6 +106,14 @@ TEST(FlatReport, HTMLExports) {
     EXPECT_EQ(f.report.getBadLinksAsHTML(f.small),
               head + row("", "404 not found", "http://example.com/b", "http://example.com/") +
                   "</table><br />");
+    TempHome temp;
+    const QString path = temp.path() + "/bad.csv";
+    ASSERT_TRUE(f.report.exportBadLinksAsFlatCSVAndSaveTo(path, f.small));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "\"Status\",\"URL\",\"On Page\"\r\"404 not found\",\"http://example.com/b\","
+                              "\"http://example.com/\"\r");
+    EXPECT_FALSE(f.report.exportBadLinksAsFlatCSVAndSaveTo(temp.path() + "/missing/bad.csv", f.small));
 
     // Colours replace the alternation and carry no quotes here.
     f.preferences.setValue("LorraneDisplayLabels", true);
@@ -131,18 +135,6 @@ TEST(FlatReport, BadLinksOnlyWithNoneBad) {
     EXPECT_EQ(f.report.getnthVisibleItem(0), nullptr);
     EXPECT_EQ(f.report.getBadLinksAsHTML(f.small), "<p>&nbsp;</p>");
     EXPECT_EQ(f.report.getFlatCSV(f.small), "\"Status\",\"URL\",\"On Page\"\r");
-}
-
-TEST(FlatReport, BadLinksSavedAsCSV) {
-    TempHome temp;
-    Crawled f;
-    const QString path = temp.path() + "/bad.csv";
-    ASSERT_TRUE(f.report.exportBadLinksAsFlatCSVAndSaveTo(path, f.small));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "\"Status\",\"URL\",\"On Page\"\r\"404 not found\",\"http://example.com/b\","
-                              "\"http://example.com/\"\r");
-    EXPECT_FALSE(f.report.exportBadLinksAsFlatCSVAndSaveTo(temp.path() + "/missing/bad.csv", f.small));
 }
 
 TEST(FlatReport, SortsAsTextOnEveryColumn) {
@@ -194,14 +186,8 @@ TEST(FlatReport, LargeExportAsksFirst) {
         KestReportDataSource& report = f.hub.getReportDataSource();
         report.doReport(f.hub, true);
         f.preferences.setValue("showHideGoodLinksCheckBox", c.badOnly);
-        struct Answering : RecordingUserInterface {
-            int answer = 0;
-            int alert(const QString& title, const QString& text, const QStringList& buttons) override {
-                RecordingUserInterface::alert(title, text, buttons);
-                return answer;
-            }
-        } ui;
-        ui.answer = c.answer;
+        RecordingUserInterface ui;
+        ui.alertAnswer = c.answer;
         ui.saveAnswer = temp.path() + "/out.csv";
         report.exportAsFlatCSV(ui, report.tableView());
         EXPECT_EQ(!ui.alerts.isEmpty(), c.asked);

@@ -51,31 +51,24 @@ TEST(LinkTrees, ByPageOutlineAsHTMLWithColours) {
     f.preferences.setValue("LorraneByLinkViewColsNofollow", true);
     f.stopCrawl();
     const lfOutlineView outline = ByLinkColumns::outline(f.byPage, f.preferences);
-    const QString red = " style = \"background:rgb(255,209,209)\">";
     const QString head =
         "<table><tr><th class = status>Status</th><th class = linkurl>URL</th>"
         "<th class = onpageurl>On Page / Number of Pages</th><th class = nofollow>Nofollow</th></tr>";
-    const QString body =
-        QString(TableExport::styleBlock) + "<table><tr>" + head +
-        "<tr><td class = status ></td><td class = linkurl ><a href = http://example.com/index.html "
-        ">http://example.com/index.html</a>"
-        "</td><td class = onpageurl ></td><td class = nofollow ></td></tr>"
-        "<tr><td class = \"status alt\"" +
-        red + "404 not found</td><td class = \"linkurl alt\"" + red +
-        "&nbsp;&nbsp;<a href = http://example.com/l >http://example.com/l</a></td><td class = \"onpageurl "
-        "alt\"" +
-        red +
-        "<a href = http://example.com/index.html >http://example.com/index.html</a></td><td class = "
-        "\"nofollow alt\"" +
-        red +
-        "No</td></tr>"
-        "<tr><td class = status" +
-        red + "404 not found</td><td class = linkurl" + red +
-        "&nbsp;&nbsp;<a href = http://example.com/l >http://example.com/l</a></td><td class = onpageurl" +
-        red +
-        "<a href = http://example.com/index.html >http://example.com/index.html</a></td><td class = "
-        "nofollow" +
-        red + "Yes</td></tr></table><br />";
+    // A row of the four columns; an alternate row marks its classes, a coloured one has the 4xx red.
+    auto row = [](bool alternate, bool coloured, const QStringList& values) {
+        QString out = "<tr>";
+        const char* ids[] = {"status", "linkurl", "onpageurl", "nofollow"};
+        for (int i = 0; i < 4; ++i)
+            out += "<td class = " + (alternate ? "\"" + QString(ids[i]) + " alt\"" : QString(ids[i])) +
+                   (coloured ? " style = \"background:rgb(255,209,209)\">" : " >") + values[i] + "</td>";
+        return out + "</tr>";
+    };
+    const QString start = "<a href = http://example.com/index.html >http://example.com/index.html</a>",
+                  broken = "&nbsp;&nbsp;<a href = http://example.com/l >http://example.com/l</a>";
+    const QString body = QString(TableExport::styleBlock) + "<table><tr>" + head +
+                         row(false, false, {"", start, "", ""}) +
+                         row(true, true, {"404 not found", broken, start, "No"}) +
+                         row(false, true, {"404 not found", broken, start, "Yes"}) + "</table><br />";
     EXPECT_EQ(TreeExport::exportAsHTMLFromOutlineView(outline),
               "<html><head><title>Data Export from Trellium</title><meta http-equiv=\"Content-Type\" "
               "content=\"text/html; charset=UTF-8\" /></head><body>" +
