@@ -84,7 +84,7 @@ TEST(Sitemap, MembershipAndEscaping) {
     EXPECT_EQ(f.seo.getSEOCollectionCount(), 6);
 }
 
-// The list is forgotten on add and rebuilt in the order of the clicked column.
+// The list is forgotten on add and rebuilt in the order of the clicked column, until a new crawl.
 TEST(Sitemap, CollectionFollowsAddsAndColumnClicks) {
     SitemapFixture f;
     f.page("http://site.test/b", 1);
@@ -98,6 +98,10 @@ TEST(Sitemap, CollectionFollowsAddsAndColumnClicks) {
     EXPECT_EQ(f.seo.getSitemapCollection().front()->getActualLinkUrl(), "http://site.test/a");
     f.seo.clear();
     EXPECT_EQ(f.seo.getSitemapCollectionCount(), 0);
+    // The next crawl's pages stand in the order they came: the sort went with the old crawl.
+    f.page("http://site.test/b", 1);
+    f.page("http://site.test/a", 2);
+    EXPECT_EQ(f.seo.getSitemapCollection().front()->getActualLinkUrl(), "http://site.test/b");
 }
 
 // A page's own change frequency: the rule's update when it arrives, and afresh for all pages when
