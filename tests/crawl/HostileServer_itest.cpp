@@ -111,8 +111,8 @@ TEST(HostileServer, StopAndFinishClosesTheCrawlWithItsRecords) {
     EXPECT_EQ(crawl.config.getStatus(), "8 of 8 links checked, 4 bad");
 }
 
-// With no size limit and little memory left, appending a page's body fails: the crawl stops,
-// keeps its records and still finishes, where it used to wait for ever.
+// With no size limit and little memory left, holding a page's body fails: the crawl keeps its
+// records and still finishes, where it used to wait for ever.
 TEST(HostileServer, FailedAppendFinishesTheCrawl) {
     Crawl crawl(server().url("/big"));
     crawl.preferences.setValue("TrelliumMaxPageSize", "0");
@@ -123,9 +123,14 @@ TEST(HostileServer, FailedAppendFinishesTheCrawl) {
     const bool ended = crawl.goToEnd(10000);
     setrlimit(RLIMIT_AS, &old);
     ASSERT_TRUE(ended);
-    EXPECT_TRUE(crawl.hub.stopPressed());
     EXPECT_EQ(crawl.hub.getCrawlState(), LinkCheckerHub::CrawlState::Finished);
     EXPECT_EQ(crawl.hub.count(), 1);
-    EXPECT_EQ(crawl.first()->getStatus(), "200 no error");
     EXPECT_EQ(crawl.first()->getData().size(), 0);
+    // Which allocation fails first depends on how the body's pieces arrive: the record's append
+    // stops the crawl, the transfer's own buffer ends that one request with its status.
+    const QString status = crawl.first()->getStatus();
+    if (crawl.hub.stopPressed())
+        EXPECT_EQ(status, "200 no error");
+    else
+        EXPECT_EQ(status, "out of memory for the page");
 }
