@@ -43,16 +43,6 @@ class MainWindowTest : public WindowTest {
             rows[r] += " " + urls[r];
         return rows;
     }
-
-    // A new site of the test server with its settings passed, on the tasks step.
-    void newSiteToTasks(const QString& name, const QString& tick = {}) {
-        newSite(server.url("/"), name);
-        button("nextButton")->click();
-        if (!tick.isEmpty())
-            window->settingsForm().checkBoxForKey(tick)->click();
-        button("nextButton")->click();
-        ASSERT_EQ(controller().getSelectedTab(), "3");
-    }
 };
 
 } // namespace

@@ -4,12 +4,14 @@
 // server: the set-up the window tests share.
 #include "config/SiteStore.h"
 #include "gui/MainWindow.h"
+#include "gui/SettingsForm.h"
 #include "platform/Plist.h"
 #include "support/CrawlFixture.h"
 #include "support/TempHome.h"
 #include "support/TestServer.h"
 
 #include <QAbstractItemModel>
+#include <QCheckBox>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QLineEdit>
@@ -99,6 +101,16 @@ class WindowTest : public testing::Test {
         ASSERT_TRUE(ok->isEnabled());
         ok->click();
         idle();
+    }
+
+    // A new site of the test server, its settings passed (with one box ticked), on the tasks step.
+    void newSiteToTasks(const QString& name, const QString& tick = {}) {
+        newSite(server.url("/"), name);
+        button("nextButton")->click();
+        if (!tick.isEmpty())
+            window->settingsForm().checkBoxForKey(tick)->click();
+        button("nextButton")->click();
+        ASSERT_EQ(controller().getSelectedTab(), "3");
     }
 
     // Typed over the field's text, key by key.
