@@ -14,6 +14,7 @@
 #include <QCheckBox>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
@@ -31,6 +32,12 @@ inline QStringList column(const QAbstractItemModel* model, int c) {
     for (int r = 0; r < model->rowCount(); ++r)
         cells.append(model->index(r, c).data().toString());
     return cells;
+}
+
+// What a file holds; empty when it cannot be read.
+inline QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 class WindowTest : public testing::Test {
