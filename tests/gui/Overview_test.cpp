@@ -76,21 +76,16 @@ TEST_F(OverviewTest, CountsAreThoseOfTheRecords) {
     const CrawlOverview& o = page.overview();
 
     QMap<int, int> codes, pageDepths;
-    int bad = 0, images = 0;
     for (qsizetype i = 0; i < hub().count(); ++i) {
         const auto record = hub().getnthofAllItems(i);
         ++codes[StatusCodeSet::leadingCode(record->getStatus())];
-        bad += record->isInBadCollection();
-        images += record->getIsImage();
         if (record->getIsHTML() && !record->getIsImage())
             ++pageDepths[record->getDistanceFromHome()];
     }
     EXPECT_EQ(o.links, hub().count());
     EXPECT_EQ(o.bad, 2);
-    EXPECT_EQ(o.bad, bad);
     EXPECT_EQ(o.good, hub().count() - 2);
     EXPECT_EQ(o.images, 1);
-    EXPECT_EQ(o.images, images);
     EXPECT_EQ(o.byCode, codes);
     EXPECT_EQ(o.byCode.value(404), 1);
     EXPECT_EQ(o.byCode.value(500), 1);
@@ -275,21 +270,19 @@ TEST_F(OverviewTest, Screenshots) {
     if (qEnvironmentVariable("TRELLIUM_SCREENSHOTS").isEmpty())
         GTEST_SKIP() << "TRELLIUM_SCREENSHOTS is not set";
     // A livelier site: a catalogue of pages answering at different speeds.
-    QByteArray catalogue = "<html><head><title>Catalogue</title></head><body>";
+    QByteArray catalogue = "<title>Catalogue</title><a href=\"/catalogue/old-item.html\">Old</a>";
+    const QString item =
+        "<title>Item %1</title><a href=\"/\">Home</a><a href=\"/catalogue/item%2.html\">Next</a>";
     for (int i = 1; i <= 24; ++i) {
         const QString path = QString("/catalogue/item%1.html").arg(i);
         catalogue += QString("<a href=\"%1\">Item %2</a>").arg(path).arg(i).toUtf8();
-        server.addPage(path, QString("<html><head><title>Item %1</title></head><body><a href=\"/\">Home</a>"
-                                     "<a href=\"/catalogue/item%2.html\">Next</a></body></html>")
-                                 .arg(i)
-                                 .arg(i % 24 + 1)
-                                 .toUtf8());
+        server.addPage(path, item.arg(i).arg(i % 24 + 1).toUtf8());
         server.setResponseDelay(path, (i * 37) % 5 == 0 ? 700 : (i * 53) % 300);
     }
-    server.addPage("/catalogue/", catalogue + "<a href=\"/catalogue/old-item.html\">Old</a></body></html>");
-    server.addPage("/a.html", "<html><head><title>A</title></head><body><a href=\"/deep/c.html\">C</a>"
-                              "<a href=\"/catalogue/\">Catalogue</a><a href=\"/missing.html\">Gone</a>"
-                              "</body></html>");
+    server.addPage("/catalogue/", catalogue);
+    server.addPage("/a.html",
+                   "<title>A</title><a href=\"/deep/c.html\">C</a><a href=\"/catalogue/\">Catalogue</a>"
+                   "<a href=\"/missing.html\">Gone</a>");
     server.setResponseDelay("/b.html", 5000); // holds the crawl for the progress picture
 
     QDir().mkpath(SiteStore::storePath());
@@ -322,7 +315,7 @@ TEST_F(OverviewTest, Screenshots) {
     ASSERT_TRUE(spinUntil([&] { return progress->pace().elapsed() >= 3; }));
     progress->sample();
     screenshot("step4-progress");
-    ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }, 30000));
+    ASSERT_TRUE(spinUntil([&] { return controller().getSelectedTab() == "5"; }, 30000));
     screenshot("step5-overview");
     results().selectSubTab("1");
     results().byLinkTree()->expandAll();
