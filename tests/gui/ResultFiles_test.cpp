@@ -59,6 +59,7 @@ TEST_F(ResultFilesWindow, SaveOpenRecentAndCompare) {
     writeCrawl(older, {{"http://a/", "200 OK"}, {"http://a/x", "200 OK"}, {"http://a/y", "404 Not Found"}});
     writeCrawl(newer, {{"http://a/", "200 OK"}, {"http://a/x", "404 Not Found"}, {"http://a/y", "200 OK"}});
     startWindow();
+    activate();
     ResultFiles& files = window->resultFilesCommands();
     ui().filesAhead = {newer};
     QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);

@@ -59,6 +59,7 @@ class WindowFaultsTest : public WindowTest {
 TEST_F(WindowFaultsTest, KeysReachTheirCommands) {
     storeSite("demo", server.url("/"), "Demo");
     startWindow();
+    activate();
     window->siteTable()->selectRow(0);
     const struct {
         const char* way;

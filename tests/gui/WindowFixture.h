@@ -48,14 +48,17 @@ class WindowTest : public testing::Test {
 
     void TearDown() override { closeWindow(); }
 
-    // A window as a launch makes it, handed these files; active, so keys reach it.
+    // A window as a launch makes it, handed these files.
     void startWindow(const QStringList& files = {}) {
         window = std::make_unique<MainWindow>();
         window->show();
-        window->activateWindow();
         window->start(files);
-        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
         idle();
+    }
+    // The active window, as keys need.
+    void activate() {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
     }
     void closeWindow() {
         if (window)
