@@ -421,14 +421,15 @@ TEST_F(WindowFaultsTest, NumberFieldsRefuseOutOfRange) {
     idle();
     auto* preferences = find<QDialog>("preferences");
     Preferences& prefs = window->appDelegate().getPreferences();
-    const int links = prefs.intValue("linkslimit");
-    type(preferences->findChild<QLineEdit*>("linkslimit"), "0");
-    EXPECT_FALSE(preferences->findChild<QLabel*>("linkslimitHint")->isHidden());
-    EXPECT_TRUE(preferences->findChild<QLabel*>("linkslimitHint")->text().contains("from 1 to"));
-    EXPECT_EQ(prefs.intValue("linkslimit"), links);
-    type(preferences->findChild<QLineEdit*>("levelslimit"), "0");
-    EXPECT_TRUE(preferences->findChild<QLabel*>("levelslimitHint")->isHidden());
-    EXPECT_EQ(prefs.intValue("levelslimit"), 0);
+    for (const auto& [key, taken, said] :
+         {std::tuple{"linkslimit", false, "from 1 to"}, {"levelslimit", true, ""}}) {
+        const int was = prefs.intValue(key);
+        type(preferences->findChild<QLineEdit*>(key), "0");
+        auto* hint = preferences->findChild<QLabel*>(QString(key) + "Hint");
+        EXPECT_EQ(hint->isHidden(), taken) << key;
+        EXPECT_TRUE(hint->text().contains(said)) << key << ": " << hint->text().toStdString();
+        EXPECT_EQ(prefs.intValue(key), taken ? 0 : was) << key;
+    }
 }
 
 // Checks at the field: the starting URL as it is typed, and rules of one character.
