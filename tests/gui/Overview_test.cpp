@@ -1,126 +1,52 @@
 // The overview, the live progress details and the result tables' own commands, driven offscreen
 // through the real window against the local test server.
-#include "config/SiteStore.h"
+#include "WindowFixture.h"
 #include "crawl/StatusCodeSet.h"
-#include "gui/MainWindow.h"
 #include "gui/OverviewPage.h"
 #include "gui/ProgressPage.h"
 #include "gui/ResultsView.h"
-#include "gui/SettingsForm.h"
-#include "platform/Plist.h"
-#include "support/CrawlFixture.h"
-#include "support/TempHome.h"
-#include "support/TestServer.h"
 
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QBarSet>
 #include <QChart>
 #include <QChartView>
-#include <QCheckBox>
 #include <QClipboard>
 #include <QDateTime>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QDir>
 #include <QHeaderView>
 #include <QLabel>
-#include <QLineEdit>
 #include <QLineSeries>
 #include <QMouseEvent>
-#include <QPushButton>
 #include <QSplitter>
-#include <QTabWidget>
 #include <QTableView>
 #include <QTableWidget>
 #include <QTreeView>
 
-#include <gtest/gtest.h>
-
 namespace {
 
-void idle(int ms = 100) {
-    spinUntil([] { return false; }, ms);
-}
-
-// Three levels of pages, an image, a missing page linked twice, a server error, a redirect, and
-// one page slower than all others.
-void addLayeredSite(TestServer& server) {
-    server.addPage("/", "<html><head><title>Home</title></head><body><a href=\"/a.html\">A</a>"
-                        "<a href=\"/b.html\">B</a><a href=\"/missing.html\">Gone</a><img src=\"/logo.png\">"
-                        "<a href=\"/redirect/301\">Moved</a></body></html>");
-    server.addPage("/a.html", "<html><head><title>A</title></head><body><a href=\"/deep/c.html\">C</a>"
-                              "<a href=\"/missing.html\">Gone again</a></body></html>");
-    server.addPage("/b.html", "<html><head><title>B</title></head><body><a href=\"/status/500\">Broken</a>"
-                              "<a href=\"/\">Home</a></body></html>");
-    server.addPage("/deep/c.html", "<html><head><title>C</title></head><body><a href=\"/a.html\">A</a>"
-                                   "</body></html>");
-    server.addPage("/logo.png", QByteArray(2048, 'x'), "image/png");
-    server.setResponseDelay("/b.html", 400);
-}
-
-class OverviewTest : public testing::Test {
+class OverviewTest : public WindowTest {
   protected:
-    TempHome home;
-    TestServer server;
-    std::unique_ptr<MainWindow> window;
+    // Three levels of pages, an image, a missing page linked twice, a server error, a redirect, and
+    // one page slower than all others.
+    void SetUp() override {
+        server.addPage(
+            "/",
+            "<title>Home</title><a href=\"/a.html\">A</a><a href=\"/b.html\">B</a>"
+            "<a href=\"/missing.html\">Gone</a><img src=\"/logo.png\"><a href=\"/redirect/301\">Moved</a>");
+        server.addPage(
+            "/a.html",
+            "<title>A</title><a href=\"/deep/c.html\">C</a><a href=\"/missing.html\">Gone again</a>");
+        server.addPage("/b.html", "<title>B</title><a href=\"/status/500\">Broken</a><a href=\"/\">Home</a>");
+        server.addPage("/deep/c.html", "<title>C</title><a href=\"/a.html\">A</a>");
+        server.addPage("/logo.png", QByteArray(2048, 'x'), "image/png");
+        server.setResponseDelay("/b.html", 400);
+    }
 
-    void SetUp() override { addLayeredSite(server); }
-    void TearDown() override { closeWindow(); }
-
-    void openWindow() {
-        window = std::make_unique<MainWindow>();
-        window->show();
-        window->start();
-        idle();
-    }
-    void closeWindow() {
-        if (window)
-            window->close();
-        window.reset();
-    }
-    template <typename T> T* find(const QString& name) {
-        T* found = window->findChild<T*>(name);
-        EXPECT_NE(found, nullptr) << name.toStdString();
-        return found;
-    }
     ResultsView& results() { return window->resultsView(); }
-    LinkCheckerHub& hub() { return window->appDelegate().getHub(); }
-
-    // A new site of the test server, through the window's own dialog.
-    void addSite(const QString& name) {
-        find<QPushButton>("sitesNew")->click();
-        idle();
-        auto* dialog = window->findChild<QDialog*>("newSiteDialog");
-        ASSERT_NE(dialog, nullptr);
-        dialog->findChild<QLineEdit*>("newSiteUrl")->setText(server.url("/"));
-        dialog->findChild<QLineEdit*>("newSiteName")->setText(name);
-        dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
-        idle();
-    }
-    // Images are checked too, set in the site's settings.
-    void createSite() {
-        addSite("Layers");
-        find<QPushButton>("nextButton")->click();
-        window->settingsForm().checkBoxForKey("checkImages")->click();
-        find<QPushButton>("nextButton")->click();
-    }
-    void crawl() {
-        find<QPushButton>(QString("task%1").arg(int(NewUIController::linksButton)))->click();
-        ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }));
-        idle();
-    }
+    // A new site of the test server, images checked too, crawled for its links.
     void crawlNewSite() {
-        openWindow();
-        createSite();
-        crawl();
-    }
-
-    QStringList column(QAbstractItemModel* model, int c) {
-        QStringList values;
-        for (int r = 0; r < model->rowCount(); ++r)
-            values.append(model->index(r, c).data().toString());
-        return values;
+        startWindow();
+        newSiteToTasks("Layers", "checkImages");
+        runTask(NewUIController::linksButton);
     }
     int bars(QBarSet* set, int index) { return int(set->at(index)); }
 
@@ -150,21 +76,16 @@ TEST_F(OverviewTest, CountsAreThoseOfTheRecords) {
     const CrawlOverview& o = page.overview();
 
     QMap<int, int> codes, pageDepths;
-    int bad = 0, images = 0;
     for (qsizetype i = 0; i < hub().count(); ++i) {
         const auto record = hub().getnthofAllItems(i);
         ++codes[StatusCodeSet::leadingCode(record->getStatus())];
-        bad += record->isInBadCollection();
-        images += record->getIsImage();
         if (record->getIsHTML() && !record->getIsImage())
             ++pageDepths[record->getDistanceFromHome()];
     }
     EXPECT_EQ(o.links, hub().count());
     EXPECT_EQ(o.bad, 2);
-    EXPECT_EQ(o.bad, bad);
     EXPECT_EQ(o.good, hub().count() - 2);
     EXPECT_EQ(o.images, 1);
-    EXPECT_EQ(o.images, images);
     EXPECT_EQ(o.byCode, codes);
     EXPECT_EQ(o.byCode.value(404), 1);
     EXPECT_EQ(o.byCode.value(500), 1);
@@ -226,7 +147,7 @@ TEST_F(OverviewTest, BarClickFiltersTheTables) {
     emit classes->cellClicked(serverErrors.first()->row(), 0);
     EXPECT_EQ(column(byLink->model(), 1), QStringList{server.url("/status/500")});
 
-    find<QPushButton>("showAllLinks")->click();
+    button("showAllLinks")->click();
     EXPECT_EQ(byLink->model()->rowCount(), all);
     EXPECT_FALSE(find<QWidget>("overviewSelection")->isVisible());
     EXPECT_EQ(shown->text(), QString("%1 of %1 shown").arg(all));
@@ -245,7 +166,7 @@ TEST_F(OverviewTest, LayoutRememberedAcrossRestart) {
     EXPECT_EQ(header->sectionSize(1), 333);
     closeWindow();
 
-    openWindow();
+    startWindow();
     EXPECT_EQ(window->size(), QSize(1020, 700));
     // The splitter is laid out anew in a window of another size: its proportion is what stays.
     const QList<int> restored = find<QSplitter>("overviewTables")->sizes();
@@ -323,9 +244,9 @@ TEST_F(OverviewTest, FurtherColumnsAndContextMenu) {
 // the chart's bands; at the end the bands add up to the crawl's counts.
 TEST_F(OverviewTest, ProgressShowsTheCrawlAlive) {
     server.setResponseDelay("/deep/c.html", 2000);
-    openWindow();
-    createSite();
-    find<QPushButton>(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    startWindow();
+    newSiteToTasks("Layers", "checkImages");
+    task(NewUIController::linksButton)->click();
     auto* progress = find<ProgressPage>("progressDetails");
     ASSERT_TRUE(spinUntil([&] { return progress->pace().elapsed() >= 1.2; }));
     progress->sample();
@@ -333,7 +254,7 @@ TEST_F(OverviewTest, ProgressShowsTheCrawlAlive) {
         << "the request out longest";
     EXPECT_NE(find<QLabel>("progressRate")->text(), "–");
     EXPECT_TRUE(find<QLabel>("progressElapsed")->text().startsWith("0:0"));
-    ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }));
+    ASSERT_TRUE(resultsShown());
     progress->sample();
     ASSERT_GT(progress->doneLine()->count(), 2);
     EXPECT_EQ(progress->doneLine()->points().last().y(), double(hub().getNumberDone()));
@@ -346,26 +267,22 @@ TEST_F(OverviewTest, ProgressShowsTheCrawlAlive) {
 // The README's pictures of every step, written only when TRELLIUM_SCREENSHOTS names a folder,
 // so the ordinary suite never rewrites them: TRELLIUM_SCREENSHOTS=docs/screenshots test_gui.
 TEST_F(OverviewTest, Screenshots) {
-    const QString folder = qEnvironmentVariable("TRELLIUM_SCREENSHOTS");
-    if (folder.isEmpty())
+    if (qEnvironmentVariable("TRELLIUM_SCREENSHOTS").isEmpty())
         GTEST_SKIP() << "TRELLIUM_SCREENSHOTS is not set";
-    ASSERT_TRUE(QDir().mkpath(folder));
     // A livelier site: a catalogue of pages answering at different speeds.
-    QByteArray catalogue = "<html><head><title>Catalogue</title></head><body>";
+    QByteArray catalogue = "<title>Catalogue</title><a href=\"/catalogue/old-item.html\">Old</a>";
+    const QString item =
+        "<title>Item %1</title><a href=\"/\">Home</a><a href=\"/catalogue/item%2.html\">Next</a>";
     for (int i = 1; i <= 24; ++i) {
         const QString path = QString("/catalogue/item%1.html").arg(i);
         catalogue += QString("<a href=\"%1\">Item %2</a>").arg(path).arg(i).toUtf8();
-        server.addPage(path, QString("<html><head><title>Item %1</title></head><body><a href=\"/\">Home</a>"
-                                     "<a href=\"/catalogue/item%2.html\">Next</a></body></html>")
-                                 .arg(i)
-                                 .arg(i % 24 + 1)
-                                 .toUtf8());
+        server.addPage(path, item.arg(i).arg(i % 24 + 1).toUtf8());
         server.setResponseDelay(path, (i * 37) % 5 == 0 ? 700 : (i * 53) % 300);
     }
-    server.addPage("/catalogue/", catalogue + "<a href=\"/catalogue/old-item.html\">Old</a></body></html>");
-    server.addPage("/a.html", "<html><head><title>A</title></head><body><a href=\"/deep/c.html\">C</a>"
-                              "<a href=\"/catalogue/\">Catalogue</a><a href=\"/missing.html\">Gone</a>"
-                              "</body></html>");
+    server.addPage("/catalogue/", catalogue);
+    server.addPage("/a.html",
+                   "<title>A</title><a href=\"/deep/c.html\">C</a><a href=\"/catalogue/\">Catalogue</a>"
+                   "<a href=\"/missing.html\">Gone</a>");
     server.setResponseDelay("/b.html", 5000); // holds the crawl for the progress picture
 
     QDir().mkpath(SiteStore::storePath());
@@ -381,32 +298,28 @@ TEST_F(OverviewTest, Screenshots) {
                                       {"status", "1204 of 1204 links checked, 3 bad"},
                                       {"scheduleCalendarIntervalMatrix", name == "Online shop" ? 1 : 0},
                                       {"scheduleCalendarIntervalWeekday", "Monday"}}));
-    openWindow();
+    startWindow();
     window->resize(1180, 800);
-    auto shoot = [&](const QString& name) {
-        idle(300);
-        EXPECT_TRUE(window->grab().save(folder + "/" + name + ".png")) << name.toStdString();
-    };
-    addSite("Demo site");
-    shoot("step1-sites");
-    find<QPushButton>("nextButton")->click();
+    newSite(server.url("/"), "Demo site");
+    screenshot("step1-sites");
+    button("nextButton")->click();
     window->settingsForm().checkBoxForKey("checkImages")->click();
     window->settingsForm().addBlacklistRule("Do not check", "/logout");
     window->settingsForm().addBlacklistRule("Do not follow", "/archive/");
-    shoot("step2-settings");
-    find<QPushButton>("nextButton")->click();
-    shoot("step3-tasks");
+    screenshot("step2-settings");
+    button("nextButton")->click();
+    screenshot("step3-tasks");
 
-    find<QPushButton>(QString("task%1").arg(int(NewUIController::linksButton)))->click();
+    task(NewUIController::linksButton)->click();
     auto* progress = find<ProgressPage>("progressDetails");
     ASSERT_TRUE(spinUntil([&] { return progress->pace().elapsed() >= 3; }));
     progress->sample();
-    shoot("step4-progress");
-    ASSERT_TRUE(spinUntil([&] { return window->uiController().getSelectedTab() == "5"; }, 30000));
-    shoot("step5-overview");
+    screenshot("step4-progress");
+    ASSERT_TRUE(spinUntil([&] { return controller().getSelectedTab() == "5"; }, 30000));
+    screenshot("step5-overview");
     results().selectSubTab("1");
     results().byLinkTree()->expandAll();
-    shoot("step5-results");
+    screenshot("step5-results");
     results().selectSubTab("2");
-    shoot("step5-flat");
+    screenshot("step5-flat");
 }

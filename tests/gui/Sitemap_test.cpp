@@ -1,47 +1,20 @@
 // The sitemap task in the window: rules on step 2, the table on step 5, save and upload through
 // the FTP sheet to a real local FTP server.
-#include "analysis/SEOManager.h"
-#include "app/AppDelegate.h"
-#include "config/SiteStore.h"
-#include "gui/MainWindow.h"
+#include "WindowFixture.h"
 #include "gui/QtUserInterface.h"
 #include "gui/ResultsView.h"
 #include "gui/SitemapRulesBox.h"
 #include "gui/SitemapView.h"
-#include "platform/Plist.h"
 #include "support/FtpServer.h"
 #include "support/QtPrinting.h"
-#include "support/TempHome.h"
-#include "support/TestServer.h"
 
 #include <QApplication>
-#include <QDialogButtonBox>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTableView>
 #include <QTimer>
-#include <gtest/gtest.h>
 
 namespace {
-
-bool waitUntil(const std::function<bool()>& done) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < 10000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
-QStringList column(QTableView* table, int c) {
-    QStringList cells;
-    for (int r = 0; r < table->model()->rowCount(); ++r)
-        cells << table->model()->index(r, c).data().toString();
-    return cells;
-}
 
 // Fills the FTP sheet as soon as it shows, and presses OK.
 void answerFtpSheet(const QStringList& values) {
@@ -60,80 +33,73 @@ void answerFtpSheet(const QStringList& values) {
     });
 }
 
+using SitemapWindow = WindowTest;
+
 } // namespace
 
-TEST(SitemapWindow, RulesTableAndUpload) {
-    TempHome home;
-    TestServer server;
+TEST_F(SitemapWindow, RulesTableAndUpload) {
     server.addPage("/", "<a href=/about.html>a</a><a href=/team.html>t</a><a href=/gone.html>g</a>");
     server.addPage("/about.html", "about");
     server.addPage("/team.html", "team");
     FtpServer ftp("web", "pw");
     ASSERT_TRUE(ftp.isRunning()) << ftp.startError().toStdString();
-
-    MainWindow window;
-    window.show();
-    window.start();
-    KestConfigManager& config = window.appDelegate().getConfigManager();
-    config.newURL(server.url("/"), "Demo");
-    window.uiController().settings();
-    QCoreApplication::processEvents();
+    startWindow();
+    config().newURL(server.url("/"), "Demo");
+    controller().settings();
+    idle();
 
     // Step 2: a new rule holds the defaults; edits in place are stored as typed.
-    auto* rules = window.findChild<SitemapRulesBox*>("sitemapRulesBox");
+    auto* rules = window->findChild<SitemapRulesBox*>("sitemapRulesBox");
     ASSERT_NE(rules, nullptr);
     rules->findChild<QPushButton*>("addSitemapRule")->click();
     rules->findChild<QPushButton*>("addSitemapRule")->click();
     ASSERT_EQ(rules->model().rowCount(), 2);
-    EXPECT_EQ(column(rules->table(), 0), (QStringList{"edit_me", "edit_me"}));
+    EXPECT_EQ(column(rules->table()->model(), 0), (QStringList{"edit_me", "edit_me"}));
     rules->model().setData(rules->model().index(0, 0), "ABOUT", Qt::EditRole);
     rules->model().setData(rules->model().index(0, 1), "0.9", Qt::EditRole);
     rules->table()->selectRow(1);
     rules->findChild<QPushButton*>("deleteSitemapRule")->click();
-    ASSERT_EQ(config.getSitemapRules().size(), 1);
+    ASSERT_EQ(config().getSitemapRules().size(), 1);
 
     // Step 5 after the sitemap task: the table instead of the link views, with its filter.
-    window.uiController().pressTaskButton(NewUIController::sitemapButton);
-    ASSERT_TRUE(waitUntil([&] { return window.uiController().getSelectedTab() == "5"; }));
-    QCoreApplication::processEvents();
-    auto* view = window.findChild<SitemapView*>("sitemapView");
+    controller().pressTaskButton(NewUIController::sitemapButton);
+    ASSERT_TRUE(resultsShown());
+    idle();
+    auto* view = window->findChild<SitemapView*>("sitemapView");
     ASSERT_NE(view, nullptr);
     EXPECT_TRUE(view->isVisible());
-    EXPECT_FALSE(window.resultsView().isVisible());
+    EXPECT_FALSE(window->resultsView().isVisible());
     // Pages enter in the order their answers came; a click on the URL header orders them.
     view->table()->horizontalHeader()->setSortIndicator(0, Qt::AscendingOrder);
-    EXPECT_EQ(column(view->table(), 0),
+    EXPECT_EQ(column(view->table()->model(), 0),
               (QStringList{server.url("/"), server.url("/about.html"), server.url("/team.html")}));
-    EXPECT_EQ(column(view->table(), 1), (QStringList{"1.0", "0.9", "0.5"}));
-    EXPECT_EQ(column(view->table(), 2), (QStringList{"weekly", "weekly", "weekly"}));
+    EXPECT_EQ(column(view->table()->model(), 1), (QStringList{"1.0", "0.9", "0.5"}));
+    EXPECT_EQ(column(view->table()->model(), 2), (QStringList{"weekly", "weekly", "weekly"}));
     view->filterField()->setText("TEAM");
-    EXPECT_EQ(column(view->table(), 0), QStringList{server.url("/team.html")});
+    EXPECT_EQ(column(view->table()->model(), 0), QStringList{server.url("/team.html")});
     view->filterField()->clear();
     EXPECT_TRUE(view->warningLabel()->isHidden());
 
     // Save and upload: the sheet's details go with the site; a refusal is the alert.
-    AppDelegate& app = window.appDelegate();
-    app.getPreferences().setValue("sitemapOptions", 1);
+    window->appDelegate().getPreferences().setValue("sitemapOptions", 1);
     const QString local = home.path() + "/sitemap.xml";
-    window.userInterface().filesAhead = {local};
+    ui().filesAhead = {local};
     answerFtpSheet({ftp.hostAndPort(), "web", "pw", ""});
     view->findChild<QPushButton*>("exportXML")->click();
-    QFile uploaded(ftp.root() + "/sitemap.xml"), saved(local);
-    ASSERT_TRUE(uploaded.open(QIODevice::ReadOnly));
-    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-    EXPECT_EQ(uploaded.readAll(), saved.readAll());
-    EXPECT_TRUE(window.userInterface().answersAhead.isEmpty());
+    const QByteArray uploaded = contents(ftp.root() + "/sitemap.xml");
+    EXPECT_FALSE(uploaded.isEmpty());
+    EXPECT_EQ(uploaded, contents(local));
+    EXPECT_TRUE(ui().answersAhead.isEmpty());
     const QVariantMap stored =
-        Plist::readFile(SiteStore::pathForFilename(config.getSelectedConfigFilename()));
+        Plist::readFile(SiteStore::pathForFilename(config().getSelectedConfigFilename()));
     // Saved as typed, before the upload writes the normalised form into the working copy.
     EXPECT_EQ(stored.value("ftpserver").toString(), ftp.hostAndPort());
-    EXPECT_EQ(config.stringForKey("ftpserver"), "ftp://" + ftp.hostAndPort());
+    EXPECT_EQ(config().stringForKey("ftpserver"), "ftp://" + ftp.hostAndPort());
     EXPECT_EQ(stored.value("ftpusername").toString(), "web");
 
-    window.userInterface().filesAhead = {local};
-    window.userInterface().answersAhead = {0};
+    ui().filesAhead = {local};
+    ui().answersAhead = {0};
     answerFtpSheet({ftp.hostAndPort(), "web", "wrong", ""});
     view->findChild<QPushButton*>("exportXML")->click();
-    EXPECT_TRUE(window.userInterface().answersAhead.isEmpty()) << "the ftp unsuccessful alert was shown";
-    window.close();
+    EXPECT_TRUE(ui().answersAhead.isEmpty()) << "the ftp unsuccessful alert was shown";
 }
